@@ -1,0 +1,1 @@
+// The shared library is the union of the per-folder static libraries linked whole.
