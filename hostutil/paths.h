@@ -30,12 +30,12 @@ VARDELL_API CString ChangeExtension(CString path, CString ext);
 //   - unique == 0: tries numbers from a fresh starting point, increasing and wrapping within
 //     1..FFFF, until it creates a new empty file (permissions 0600, never an existing one); it
 //     answers the number used, and the file is left for the caller to use and delete.
-// Answers 0 on failure: path or out null, path longer than MAX_PATH - 14 bytes or a name that
-// would not fit in out, the folder
-// missing or not writable, or every number taken. A null prefix counts as empty.
+// Answers 0 on failure: path or out null, path longer than MAX_PATH - 14 bytes, a name that would
+// not fit in out, the folder missing or not writable, or every number taken. A null prefix counts
+// as empty.
 VARDELL_API UINT GetTempFileNameA(LPCSTR path, LPCSTR prefix, UINT unique, LPSTR out);
 
-// The name code written against the Win32 headers uses.
+// The generic name that code written against the Win32 headers calls.
 inline UINT GetTempFileName(LPCSTR path, LPCSTR prefix, UINT unique, LPSTR out) {
   return GetTempFileNameA(path, prefix, unique, out);
 }
