@@ -1,0 +1,112 @@
+#include "jpegcodec/jpeg_codec.h"
+#include "jpeg_test_util.h"
+
+#include <filesystem>
+
+namespace vardell::test {
+namespace {
+
+Dib Chelsea() { return LoadBmp(SamplePath("chelsea.bmp")); }
+
+Dib GrayOf(const Dib& c) {
+  Dib g = MakeDib(c.width, c.height, 1);
+  for (int y = 0; y < c.height; ++y)
+    for (int x = 0; x < c.width; ++x) {
+      const std::uint8_t* p = c.Row(y) + 3 * x;
+      g.Row(y)[x] = std::uint8_t((p[0] * 29 + p[1] * 150 + p[2] * 77) >> 8);
+    }
+  return g;
+}
+
+std::vector<std::uint8_t> Store(const Dib& d, const std::string& path, int progressive,
+                                int quality) {
+  EXPECT_TRUE(StoreBitmap(const_cast<BYTE*>(d.bits.data()), CSize(d.width, d.height), path.c_str(),
+                          progressive, d.bpp == 1, quality));
+  return ReadBytes(path);
+}
+
+// The first component's sampling byte in the frame header (0x11 full, 0x22 for 4:2:0).
+int LumaSampling(const std::vector<std::uint8_t>& f) {
+  for (std::size_t i = 2; i + 11 < f.size(); ++i)
+    if (f[i] == 0xFF && (f[i + 1] == 0xC0 || f[i + 1] == 0xC2)) return f[i + 11];
+  return -1;
+}
+
+bool IsProgressive(const std::vector<std::uint8_t>& f) {
+  for (std::size_t i = 2; i + 1 < f.size(); ++i)
+    if (f[i] == 0xFF && f[i + 1] == 0xC2) return true;
+  return false;
+}
+
+TEST(StoreBitmap, RoundTripAtQuality100StaysClose) {
+  TempDir dir;
+  for (const Dib& src : {Chelsea(), GrayOf(Chelsea())}) {
+    SCOPED_TRACE(src.bpp == 1 ? "gray" : "colour");
+    const std::string path = dir.File("q100.jpg");
+    Store(src, path, 0, 100);
+    const Dib back = Ours(path, 1, 1, src.bpp == 1);
+    ASSERT_EQ(back.width, 451);
+    ASSERT_EQ(back.height, 300);
+    int worst = 0;
+    double total = 0;
+    for (int y = 0; y < 300; ++y)
+      for (int x = 0; x < 451 * src.bpp; ++x) {
+        const int d = std::abs(int(back.Row(y)[x]) - int(src.Row(y)[x]));
+        worst = std::max(worst, d);
+        total += d;
+      }
+    EXPECT_LE(worst, src.bpp == 1 ? 2 : 4);
+    EXPECT_LT(total / (300.0 * 451 * src.bpp), 0.25);
+  }
+}
+
+TEST(StoreBitmap, ProgressiveFilesDecodeToTheBaselinePixels) {
+  TempDir dir;
+  for (const Dib& src : {Chelsea(), GrayOf(Chelsea())}) {
+    SCOPED_TRACE(src.bpp == 1 ? "gray" : "colour");
+    EXPECT_FALSE(IsProgressive(Store(src, dir.File("base.jpg"), 0, 80)));
+    EXPECT_TRUE(IsProgressive(Store(src, dir.File("prog.jpg"), 1, 80)));
+    for (int m : {8, 3}) {
+      const Dib base = Ours(dir.File("base.jpg"), m, 8, src.bpp == 1);
+      const Dib prog = Ours(dir.File("prog.jpg"), m, 8, src.bpp == 1);
+      ASSERT_EQ(prog.width, 451 * m / 8);
+      EXPECT_EQ(prog.bits, base.bits);
+    }
+  }
+}
+
+TEST(StoreBitmap, QualityIsClampedAndZeroMeansDefault) {
+  TempDir dir;
+  const Dib src = Chelsea();
+  auto file = [&](int q) { return Store(src, dir.File("q" + std::to_string(q) + ".jpg"), 0, q); };
+  EXPECT_EQ(file(0), file(75));
+  EXPECT_EQ(file(250), file(100));
+  EXPECT_EQ(file(-4), file(1));
+  EXPECT_LT(file(1).size(), file(100).size());
+  EXPECT_EQ(LumaSampling(file(90)), 0x11);
+  EXPECT_EQ(LumaSampling(file(89)), 0x22);
+  EXPECT_EQ(LumaSampling(Store(GrayOf(src), dir.File("g.jpg"), 0, 50)), 0x11);
+}
+
+TEST(StoreBitmap, FailsWithoutWritingOnBadArguments) {
+  TempDir dir;
+  Dib src = Chelsea();
+  BYTE* bits = src.bits.data();
+  const std::string path = dir.File("out.jpg");
+  EXPECT_FALSE(StoreBitmap(nullptr, CSize(451, 300), path.c_str(), 0, 0, 75));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(0, 300), path.c_str(), 0, 0, 75));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(451, -1), path.c_str(), 0, 0, 75));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(70000, 1), path.c_str(), 0, 0, 75));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(451, 300), nullptr, 0, 0, 75));
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(451, 300), dir.File("no/such/dir.jpg").c_str(), 0, 0, 75));
+  EXPECT_FALSE(StoreBitmap(bits, CSize(451, 300), dir.path().c_str(), 0, 0, 75));
+  EXPECT_TRUE(std::filesystem::is_directory(dir.path()));
+  if (std::filesystem::exists("/dev/full")) {
+    EXPECT_FALSE(StoreBitmap(bits, CSize(451, 300), "/dev/full", 0, 0, 75));
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+  }
+}
+
+}  // namespace
+}  // namespace vardell::test
