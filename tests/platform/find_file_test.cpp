@@ -1,0 +1,95 @@
+#include "platform/find_file.h"
+
+#include "support/test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace vardell::test {
+namespace {
+
+TEST(MatchFileName, DosWildcardRules) {
+  EXPECT_TRUE(MatchFileName("*.8BF", "a.8bf"));
+  EXPECT_TRUE(MatchFileName("*.8BF", "A.B.8BF"));
+  EXPECT_FALSE(MatchFileName("*.8BF", "a.8b"));
+  EXPECT_FALSE(MatchFileName("*.8BF", "a8bf"));
+  EXPECT_FALSE(MatchFileName("*.8bf", "plugin.8bfx"));  // no 8.3 alias here
+  EXPECT_TRUE(MatchFileName("*.*", "README"));
+  EXPECT_TRUE(MatchFileName("*", "."));
+  EXPECT_TRUE(MatchFileName("a?.txt", "a.txt"));
+  EXPECT_TRUE(MatchFileName("a?.txt", "AB.TXT"));
+  EXPECT_FALSE(MatchFileName("a?.txt", "abc.txt"));
+  EXPECT_TRUE(MatchFileName("a.*", "a"));
+  EXPECT_TRUE(MatchFileName("a.*", "a.b.c"));
+  EXPECT_FALSE(MatchFileName("a.*", "ab"));
+  EXPECT_TRUE(MatchFileName("*.", "noext"));
+  EXPECT_FALSE(MatchFileName("*.", "has.ext"));
+  EXPECT_TRUE(MatchFileName("?.?", "a"));
+  EXPECT_TRUE(MatchFileName("?.?", "a.b"));
+  EXPECT_FALSE(MatchFileName("?.?", "ab"));
+  EXPECT_TRUE(MatchFileName("*.8b?", "x.8BE"));
+  EXPECT_TRUE(MatchFileName("*blur*", "SoftBlur.8bf"));
+  EXPECT_FALSE(MatchFileName("blur", "blurs"));
+  // Many stars cost no backtracking.
+  EXPECT_FALSE(MatchFileName("*a*a*a*a*a*a*a*a*a*a*a*a*b", std::string(200, 'a')));
+}
+
+std::vector<std::pair<std::string, DWORD>> FindAll(const std::string& pattern) {
+  std::vector<std::pair<std::string, DWORD>> found;
+  WIN32_FIND_DATA data;
+  HANDLE h = FindFirstFile(pattern.c_str(), &data);
+  if (h == INVALID_HANDLE_VALUE) return found;
+  do found.emplace_back(data.cFileName, data.dwFileAttributes);
+  while (FindNextFile(h, &data));
+  EXPECT_EQ(GetLastError(), ERROR_NO_MORE_FILES);
+  EXPECT_FALSE(FindNextFile(h, &data));
+  EXPECT_TRUE(FindClose(h));
+  return found;
+}
+
+TEST(FindFirstFile, ListsMatchesSortedWithAttributes) {
+  TempDir dir;
+  WriteBytes(dir.File("b.8BF"), std::vector<std::uint8_t>(70000, 1));
+  WriteBytes(dir.File("a.8bf"), {});
+  WriteBytes(dir.File("c.txt"), {});
+  std::filesystem::create_directory(dir.path() / "x.8bf");
+  const std::string folder = dir.path().string() + "/";
+
+  using Found = std::vector<std::pair<std::string, DWORD>>;
+  EXPECT_EQ(FindAll(folder + "*.8bf"), (Found{{"a.8bf", FILE_ATTRIBUTE_NORMAL},
+                                              {"b.8BF", FILE_ATTRIBUTE_NORMAL},
+                                              {"x.8bf", FILE_ATTRIBUTE_DIRECTORY}}));
+  Found all = FindAll(folder + "*");
+  ASSERT_EQ(all.size(), 6u);
+  EXPECT_EQ(all[0], (std::pair<std::string, DWORD>(".", FILE_ATTRIBUTE_DIRECTORY)));
+  EXPECT_EQ(all[1], (std::pair<std::string, DWORD>("..", FILE_ATTRIBUTE_DIRECTORY)));
+
+  WIN32_FIND_DATA data;
+  HANDLE h = FindFirstFile((folder + "B.8bf").c_str(), &data);
+  ASSERT_NE(h, INVALID_HANDLE_VALUE);
+  EXPECT_STREQ(data.cFileName, "b.8BF");
+  EXPECT_EQ(data.nFileSizeLow, 70000u);
+  EXPECT_EQ(data.nFileSizeHigh, 0u);
+  EXPECT_GT(data.ftLastWriteTime.dwHighDateTime, 0x01D00000u);  // after 2014
+  EXPECT_STREQ(data.cAlternateFileName, "");
+  FindClose(h);
+}
+
+TEST(FindFirstFile, FailuresSetTheLastError) {
+  TempDir dir;
+  WIN32_FIND_DATA data;
+  EXPECT_EQ(FindFirstFile((dir.path().string() + "/*.8bf").c_str(), &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(FindFirstFile((dir.path().string() + "/missing/*").c_str(), &data),
+            INVALID_HANDLE_VALUE);
+  EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
+  EXPECT_FALSE(FindNextFile(INVALID_HANDLE_VALUE, &data));
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  EXPECT_FALSE(FindClose(nullptr));
+}
+
+}  // namespace
+}  // namespace vardell::test

@@ -1,0 +1,228 @@
+#include "platform/pe_module.h"
+
+#include "platform/pe_test_writer.h"
+#include "support/test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+
+namespace vardell::test {
+namespace {
+
+std::vector<std::uint8_t> Bytes(const std::string& s) { return {s.begin(), s.end()}; }
+
+const std::vector<PeResource> kResources = {
+    {"PIPL", "#16000", Bytes("first")}, {"PIPL", "ZED", Bytes("zed")},
+    {"PIPL", "ALPHA", Bytes("alpha!")}, {"PIPL", "#2", Bytes("")},
+    {"PIMI", "#16000", Bytes("pimi")},  {"#10", "#1", Bytes("rcdata")},
+};
+
+struct ModuleCloser {
+  void operator()(HINSTANCE__* m) const { FreeLibrary(m); }
+};
+using Module = std::unique_ptr<HINSTANCE__, ModuleCloser>;
+
+Module Load(const std::vector<std::uint8_t>& bytes) { return Module(LoadDataModule(bytes, "x")); }
+
+std::string Label(LPCSTR p) {
+  return IS_INTRESOURCE(p) ? "#" + std::to_string(reinterpret_cast<UINT_PTR>(p)) : p;
+}
+
+// Every resource as "TYPE NAME SIZE" lines, in directory order, through the platform calls.
+std::string ListResources(HMODULE m) {
+  struct Walk {
+    HMODULE m;
+    std::string out;
+    std::string type;
+  } walk{m, "", ""};
+  EnumResourceTypes(
+      m,
+      [](HMODULE m, LPSTR type, LONG_PTR param) -> BOOL {
+        auto* w = reinterpret_cast<Walk*>(param);
+        w->type = Label(type);
+        std::string keep = IS_INTRESOURCE(type) ? w->type : type;
+        EnumResourceNames(
+            m, IS_INTRESOURCE(type) ? type : keep.c_str(),
+            [](HMODULE m, LPCSTR type, LPSTR name, LONG_PTR param) -> BOOL {
+              auto* w = reinterpret_cast<Walk*>(param);
+              HRSRC r = FindResource(m, name, type);
+              w->out += w->type + "\t" + Label(name) + "\t" +
+                        (r ? std::to_string(SizeofResource(m, r)) : "?") + "\n";
+              return TRUE;
+            },
+            param);
+        return TRUE;
+      },
+      reinterpret_cast<LONG_PTR>(&walk));
+  return walk.out;
+}
+
+std::string Data(HMODULE m, LPCSTR name, LPCSTR type) {
+  HRSRC r = FindResource(m, name, type);
+  if (!r) return "<none>";
+  auto* p = static_cast<const char*>(LockResource(LoadResource(m, r)));
+  return p ? std::string(p, SizeofResource(m, r)) : "<unloadable>";
+}
+
+TEST(PeModule, ListsAndFindsResourcesInBothFormats) {
+  for (bool pe32plus : {false, true}) {
+    SCOPED_TRACE(pe32plus ? "PE32+" : "PE32");
+    Module m = Load(WritePe(kResources, pe32plus).bytes);
+    ASSERT_TRUE(m);
+    // Text names first, then integers ascending: the directory's order.
+    EXPECT_EQ(ListResources(m.get()),
+              "PIMI\t#16000\t4\nPIPL\tALPHA\t6\nPIPL\tZED\t3\nPIPL\t#2\t0\nPIPL\t#16000\t5\n"
+              "#10\t#1\t6\n");
+    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(16000), "PIPL"), "first");
+    EXPECT_EQ(Data(m.get(), "#16000", "pipl"), "first");
+    EXPECT_EQ(Data(m.get(), "alpha", "PiPL"), "alpha!");
+    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(1), RT_RCDATA), "rcdata");
+    EXPECT_EQ(Data(m.get(), "#1", "#10"), "rcdata");
+    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(2), "PIPL"), "");
+    EXPECT_EQ(Data(m.get(), "#99999", "PIPL"), "<none>");
+    EXPECT_EQ(GetLastError(), ERROR_RESOURCE_NAME_NOT_FOUND);
+    EXPECT_EQ(Data(m.get(), "16000", "PIPL"), "<none>");  // text, not a number
+    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(1), "PIMX"), "<none>");
+    EXPECT_EQ(GetLastError(), ERROR_RESOURCE_TYPE_NOT_FOUND);
+  }
+}
+
+TEST(PeModule, EnumerationStopsWhenTheProcedureSaysSoAndFailsForAMissingType) {
+  Module m = Load(WritePe(kResources).bytes);
+  int calls = 0;
+  auto once = [](HMODULE, LPCSTR, LPSTR, LONG_PTR p) -> BOOL {
+    ++*reinterpret_cast<int*>(p);
+    return FALSE;
+  };
+  EXPECT_FALSE(EnumResourceNames(m.get(), "PIPL", once, reinterpret_cast<LONG_PTR>(&calls)));
+  EXPECT_EQ(calls, 1);
+  EXPECT_FALSE(EnumResourceNames(m.get(), "_8BFM", once, reinterpret_cast<LONG_PTR>(&calls)));
+  EXPECT_EQ(GetLastError(), ERROR_RESOURCE_TYPE_NOT_FOUND);
+  EXPECT_EQ(calls, 1);
+}
+
+TEST(PeModule, LoadLibraryExReadsFilesAsDataOnly) {
+  TempDir dir;
+  WriteBytes(dir.File("p.8bf"), WritePe(kResources).bytes);
+  EXPECT_EQ(LoadLibraryEx(dir.File("p.8bf").c_str(), nullptr, 0), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(LoadLibraryEx(dir.File("none.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE),
+            nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(LoadLibraryEx(dir.path().c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
+  WriteBytes(dir.File("text.8bf"), Bytes("MZ but nothing more"));
+  EXPECT_EQ(LoadLibraryEx(dir.File("text.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE),
+            nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_BAD_EXE_FORMAT);
+
+  HMODULE m = LoadLibraryEx(dir.File("p.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+  ASSERT_NE(m, nullptr);
+  EXPECT_EQ(Data(m, "ZED", "PIPL"), "zed");
+  EXPECT_TRUE(FreeLibrary(m));
+  EXPECT_FALSE(FreeLibrary(m));  // a freed handle is refused, not freed twice
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+  EXPECT_EQ(FindResource(m, "ZED", "PIPL"), nullptr);
+}
+
+TEST(PeModule, DamagedFilesAreRefusedWithoutReadingOutside) {
+  const PeFile pe = WritePe(kResources);
+  // Every truncation: headers or section data cut off.
+  for (std::size_t cut = 0; cut < pe.bytes.size(); cut += 7) {
+    std::vector<std::uint8_t> f(pe.bytes.begin(), pe.bytes.begin() + cut);
+    EXPECT_EQ(Load(f), nullptr) << "cut at " << cut;
+  }
+  auto damaged = [&](auto change) {
+    std::vector<std::uint8_t> f = pe.bytes;
+    change(f);
+    return f;
+  };
+  // Root's first entry (type PIMI) turned into a loop back to the root.
+  Module loop = Load(damaged([&](auto& f) { Poke32(f, pe.tree + 20, 0x80000000u); }));
+  ASSERT_TRUE(loop);
+  EXPECT_EQ(Data(loop.get(), "#16000", "PIMI"), "<none>");
+  EXPECT_EQ(Data(loop.get(), "ZED", "PIPL"), "zed");
+  // Its name directory pointing back at itself.
+  const std::uint32_t pimiDir = 16 + 3 * 8;
+  Module self =
+      Load(damaged([&](auto& f) { Poke32(f, pe.tree + pimiDir + 20, 0x80000000u | pimiDir); }));
+  EXPECT_EQ(Data(self.get(), "#16000", "PIMI"), "<none>");
+  // An entry count running past the section.
+  Module count = Load(damaged([&](auto& f) {
+    f[pe.tree + 14] = 0xFF;
+    f[pe.tree + 15] = 0xFF;
+  }));
+  ASSERT_TRUE(count);
+  EXPECT_EQ(Data(count.get(), "ZED", "PIPL"), "<none>");
+  EXPECT_EQ(ListResources(count.get()), "");
+  // A type name string far outside the tree: that entry is neither listed nor found.
+  Module name = Load(damaged([&](auto& f) { Poke32(f, pe.tree + 16, 0x8FFFFFF0u); }));
+  EXPECT_EQ(Data(name.get(), "#16000", "PIMI"), "<none>");
+  EXPECT_EQ(ListResources(name.get()).find("PIMI"), std::string::npos);
+  // A resource offset outside every section, and a size running past the section.
+  const std::size_t dataEntry = pe.tree + 16 + 3 * 8 + 16 + 8 + 24;  // PIMI #16000's
+  Module outside = Load(damaged([&](auto& f) { Poke32(f, dataEntry, 0x7FFFFFF0u); }));
+  EXPECT_EQ(Data(outside.get(), "#16000", "PIMI"), "<unloadable>");
+  Module longer = Load(damaged([&](auto& f) { Poke32(f, dataEntry + 4, 0xFFFFFFFFu); }));
+  EXPECT_EQ(Data(longer.get(), "#16000", "PIMI"), "<unloadable>");
+  // No resource directory at all.
+  Module none = Load(damaged([&](auto& f) { Poke32(f, pe.optional + 112, 0); }));
+  ASSERT_TRUE(none);
+  EXPECT_EQ(FindResource(none.get(), "ZED", "PIPL"), nullptr);
+  EXPECT_EQ(GetLastError(), ERROR_RESOURCE_DATA_NOT_FOUND);
+}
+
+TEST(PeModule, BytesPastTheFileDataOfASectionReadAsZero) {
+  const PeFile pe = WritePe(kResources);
+  std::vector<std::uint8_t> f = pe.bytes;
+  const std::uint32_t rawSize = static_cast<std::uint32_t>(f.size() - pe.tree);
+  Poke32(f, pe.sectionTable + 8, rawSize + 0x100);  // VirtualSize beyond the file data
+  const std::size_t dataEntry = pe.tree + 16 + 3 * 8 + 16 + 8 + 24;
+  Poke32(f, dataEntry, pe.treeRva + rawSize - 2);
+  Module m = Load(f);
+  ASSERT_TRUE(m);
+  EXPECT_EQ(Data(m.get(), "#16000", "PIMI"), std::string("\0\0\0\0", 4));
+}
+
+// The committed plug-ins read the same through an independent reader (python3-pefile).
+TEST(PeModule, FixturesAgreeWithPefile) {
+  const std::string folder = std::string(VARDELL_TEST_DATA_DIR) + "/plugins";
+  std::vector<std::string> files;
+  for (const auto& e : std::filesystem::directory_iterator(folder)) {
+    const std::string ext = e.path().extension().string();
+    if (ext == ".8bf" || ext == ".8BF" || ext == ".8be" || ext == ".dll")
+      files.push_back(e.path().filename().string());
+  }
+  std::sort(files.begin(), files.end());
+  ASSERT_GE(files.size(), 7u);
+  std::string ours;
+  for (const std::string& file : files) {
+    HMODULE m = LoadLibraryEx((folder + "/" + file).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+    ASSERT_NE(m, nullptr) << file;
+    std::istringstream lines(ListResources(m));
+    for (std::string line; std::getline(lines, line);) ours += file + "\t" + line + "\n";
+    FreeLibrary(m);
+  }
+  EXPECT_NE(ours.find("multi.8BF\tPIPL\tSHARP\t142\nmulti.8BF\tPIPL\t#16000\t150\n"),
+            std::string::npos);
+  if (std::system("/usr/bin/python3 -c 'import pefile' 2>/dev/null") != 0)
+    GTEST_SKIP() << "python3-pefile is not installed";
+  std::string command = "/usr/bin/python3 " + folder + "/list_resources.py";
+  for (const std::string& file : files) command += " '" + folder + "/" + file + "'";
+  std::string theirs;
+  FILE* pipe = ::popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  char buffer[4096];
+  for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    theirs.append(buffer, n);
+  EXPECT_EQ(::pclose(pipe), 0);
+  EXPECT_EQ(ours, theirs);
+}
+
+}  // namespace
+}  // namespace vardell::test
