@@ -27,7 +27,9 @@ VARDELL_API CSize GetBitmapSize(const char* path, int* error);
 // Decodes path reduced (or enlarged) by num/den into a new buffer, stores its width and height
 // (when the pointers are not null) and answers it; null on any failure.
 // - Size: exactly (dimension * num) / den in each dimension, multiplied first. num <= 0,
-//   den <= 0, a result of 0, or a buffer over 2^31 - 1 bytes fail.
+//   den <= 0, a result of 0, or a buffer over 2^31 - 1 bytes fail (the library's DIB arithmetic
+//   is 32-bit); so does a file whose decoding needs more than 2^31 - 1 bytes of working memory
+//   (a progressive file keeps all its coefficients).
 // - Buffer: allocated with new BYTE[] and released by its owner with delete[]. Rows bottom-up,
 //   stride ((width * bits + 31) / 32) * 4, padding bytes 0; one spare row and 8 bytes follow the
 //   last row (all 0) so routines that read a few bytes past the last pixel stay inside it.

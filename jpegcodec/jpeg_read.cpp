@@ -12,9 +12,55 @@
 namespace vardell::jpeg {
 namespace {
 
+// Reads a file through a 64 KiB buffer. libjpeg's own stdio source refills 4 KiB at a time, and
+// its Huffman decoder takes a slower path whenever fewer than 512 bytes are buffered: an eighth of
+// the time with 4 KiB, under one percent with 64 KiB.
+struct FileSource {
+  static constexpr std::size_t kBuffer = 64 * 1024;
+  jpeg_source_mgr pub;  // first: libjpeg hands it back as cinfo->src
+  std::FILE* file;
+  bool started;
+  JOCTET buffer[kBuffer];
+};
+
+void InitSource(j_decompress_ptr cinfo) {
+  reinterpret_cast<FileSource*>(cinfo->src)->started = false;
+}
+
+// At the end of the file: a fatal error when nothing was read, otherwise the premature-end
+// warning (fatal by our policy) and a fake end-of-image marker, as libjpeg's own source does.
+boolean FillInputBuffer(j_decompress_ptr cinfo) {
+  auto* src = reinterpret_cast<FileSource*>(cinfo->src);
+  std::size_t n = std::fread(src->buffer, 1, FileSource::kBuffer, src->file);
+  if (n == 0) {
+    if (!src->started) ERREXIT(cinfo, JERR_INPUT_EMPTY);
+    WARNMS(cinfo, JWRN_JPEG_EOF);
+    src->buffer[0] = 0xFF;
+    src->buffer[1] = JPEG_EOI;
+    n = 2;
+  }
+  src->pub.next_input_byte = src->buffer;
+  src->pub.bytes_in_buffer = n;
+  src->started = true;
+  return TRUE;
+}
+
+void SkipInputData(j_decompress_ptr cinfo, long num_bytes) {
+  if (num_bytes <= 0) return;
+  jpeg_source_mgr* src = cinfo->src;
+  while (static_cast<std::size_t>(num_bytes) > src->bytes_in_buffer) {
+    num_bytes -= static_cast<long>(src->bytes_in_buffer);
+    FillInputBuffer(cinfo);
+  }
+  src->next_input_byte += num_bytes;
+  src->bytes_in_buffer -= static_cast<std::size_t>(num_bytes);
+}
+
+void TermSource(j_decompress_ptr) {}
+
 // Where the compressed bytes come from: an open file or a block of memory.
 struct Source {
-  std::FILE* file = nullptr;
+  FileSource* file = nullptr;
   const BYTE* data = nullptr;
   std::size_t size = 0;
 };
@@ -52,9 +98,6 @@ struct Decoder {
   }
 };
 
-// Big stdio buffer: libjpeg asks for 4 KiB at a time.
-constexpr std::size_t kFileBuffer = 64 * 1024;
-
 struct FileCloser {
   void operator()(std::FILE* f) const { std::fclose(f); }
 };
@@ -67,8 +110,21 @@ FilePtr OpenRegularFile(const char* path) {
   if (!file) return nullptr;
   struct stat st;
   if (fstat(fileno(file.get()), &st) != 0 || !S_ISREG(st.st_mode)) return nullptr;
-  std::setvbuf(file.get(), nullptr, _IOFBF, kFileBuffer);
   return file;
+}
+
+std::unique_ptr<FileSource> MakeFileSource(std::FILE* file) {
+  std::unique_ptr<FileSource> src(new (std::nothrow) FileSource);
+  if (!src) return nullptr;
+  src->pub.init_source = InitSource;
+  src->pub.fill_input_buffer = FillInputBuffer;
+  src->pub.skip_input_data = SkipInputData;
+  src->pub.resync_to_restart = jpeg_resync_to_restart;
+  src->pub.term_source = TermSource;
+  src->pub.bytes_in_buffer = 0;
+  src->pub.next_input_byte = nullptr;
+  src->file = file;
+  return src;
 }
 
 void Start(Decoder& d, const Source& src, const DecodeLimits& limits) {
@@ -78,7 +134,7 @@ void Start(Decoder& d, const Source& src, const DecodeLimits& limits) {
   LimitScans(&d.cinfo, d.err, limits.max_scans);
   d.cinfo.mem->max_memory_to_use = limits.max_decoder_memory;
   if (src.file)
-    jpeg_stdio_src(&d.cinfo, src.file);
+    d.cinfo.src = &src.file->pub;
   else
     jpeg_mem_src(&d.cinfo, src.data, static_cast<unsigned long>(src.size));
   jpeg_read_header(&d.cinfo, TRUE);
@@ -269,16 +325,18 @@ using namespace vardell;
 
 CSize GetBitmapSize(const char* path, int* error) {
   jpeg::FilePtr file = jpeg::OpenRegularFile(path);
-  if (!file) {
+  std::unique_ptr<jpeg::FileSource> src = file ? jpeg::MakeFileSource(file.get()) : nullptr;
+  if (!src) {
     if (error) *error = kJpegCannotOpen;
     return CSize();
   }
-  return jpeg::Size(jpeg::Source{file.get()}, error);
+  return jpeg::Size(jpeg::Source{src.get()}, error);
 }
 
 BYTE* ReadBitmap(const char* path, int* width, int* height, int num, int den, BOOL gray) {
   if (num <= 0 || den <= 0) return nullptr;
   jpeg::FilePtr file = jpeg::OpenRegularFile(path);
-  if (!file) return nullptr;
-  return jpeg::Read(jpeg::Source{file.get()}, width, height, num, den, gray, {});
+  std::unique_ptr<jpeg::FileSource> src = file ? jpeg::MakeFileSource(file.get()) : nullptr;
+  if (!src) return nullptr;
+  return jpeg::Read(jpeg::Source{src.get()}, width, height, num, den, gray, {});
 }
