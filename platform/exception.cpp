@@ -1,7 +1,14 @@
 #include "platform/exception.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+IMPLEMENT_DYNAMIC(CException, CObject)
+IMPLEMENT_DYNAMIC(CMemoryException, CException)
+IMPLEMENT_DYNAMIC(CNotSupportedException, CException)
+IMPLEMENT_DYNAMIC(CInvalidArgException, CException)
+IMPLEMENT_DYNAMIC(CFileException, CException)
 
 BOOL CException::GetErrorMessage(char* buffer, UINT maxLength, UINT* helpContext) const {
   if (helpContext) *helpContext = 0;
@@ -65,3 +72,7 @@ void AfxThrowFileException(int cause, LONG osError, const char* fileName) {
 }
 
 void AfxThrowMemoryException() { throw new CMemoryException; }
+
+void AfxThrowNotSupportedException() { throw new CNotSupportedException; }
+
+void AfxThrowInvalidArgException() { throw new CInvalidArgException; }

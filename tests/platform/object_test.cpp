@@ -1,0 +1,119 @@
+#include "platform/exception.h"
+#include "platform/object.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+class CShapeTest : public CObject {
+  DECLARE_SERIAL(CShapeTest)
+ public:
+  int m_nSides = 4;
+};
+
+class CCircleTest : public CShapeTest {
+  DECLARE_SERIAL(CCircleTest)
+ public:
+  CCircleTest() { m_nSides = 0; }
+  double m_radius = 1.5;
+};
+
+class CDynCreateTest : public CObject {
+  DECLARE_DYNCREATE(CDynCreateTest)
+};
+
+class CDynamicTest : public CObject {
+  DECLARE_DYNAMIC(CDynamicTest)
+};
+
+class CThrowingTest : public CObject {
+  DECLARE_DYNCREATE(CThrowingTest)
+ public:
+  CThrowingTest() { AfxThrowMemoryException(); }
+};
+
+IMPLEMENT_SERIAL(CShapeTest, CObject, 1)
+IMPLEMENT_SERIAL(CCircleTest, CShapeTest, VERSIONABLE_SCHEMA | 2)
+IMPLEMENT_DYNCREATE(CDynCreateTest, CObject)
+IMPLEMENT_DYNAMIC(CDynamicTest, CObject)
+IMPLEMENT_DYNCREATE(CThrowingTest, CObject)
+
+namespace {
+
+TEST(ObjectTest, RuntimeClassRecordsNameSizeSchemaAndBase) {
+  const CRuntimeClass* circle = RUNTIME_CLASS(CCircleTest);
+  EXPECT_STREQ(circle->m_lpszClassName, "CCircleTest");
+  EXPECT_EQ(circle->m_nObjectSize, static_cast<int>(sizeof(CCircleTest)));
+  EXPECT_EQ(circle->m_wSchema, 0x80000002u);
+  EXPECT_EQ(circle->m_pBaseClass, RUNTIME_CLASS(CShapeTest));
+  EXPECT_EQ(RUNTIME_CLASS(CShapeTest)->m_pBaseClass, RUNTIME_CLASS(CObject));
+  EXPECT_EQ(RUNTIME_CLASS(CObject)->m_pBaseClass, nullptr);
+  EXPECT_EQ(RUNTIME_CLASS(CDynCreateTest)->m_wSchema, 0xFFFFu);
+  EXPECT_EQ(RUNTIME_CLASS(CDynamicTest)->m_pfnCreateObject, nullptr);
+}
+
+TEST(ObjectTest, IsKindOfFollowsTheBaseChain) {
+  CCircleTest circle;
+  const CObject& object = circle;
+  EXPECT_EQ(object.GetRuntimeClass(), RUNTIME_CLASS(CCircleTest));
+  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CCircleTest)));
+  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CShapeTest)));
+  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CObject)));
+  EXPECT_FALSE(object.IsKindOf(RUNTIME_CLASS(CDynamicTest)));
+  EXPECT_FALSE(object.IsKindOf(nullptr));
+  CShapeTest shape;
+  EXPECT_FALSE(shape.IsKindOf(RUNTIME_CLASS(CCircleTest)));
+  EXPECT_TRUE(shape.IsSerializable());
+  EXPECT_FALSE(CDynCreateTest().IsSerializable());
+
+  CFileException file(CFileException::badSeek);
+  EXPECT_TRUE(file.IsKindOf(RUNTIME_CLASS(CException)));
+  EXPECT_FALSE(file.IsKindOf(RUNTIME_CLASS(CMemoryException)));
+}
+
+TEST(ObjectTest, DynamicCreationByNameFindsOnlySerialClasses) {
+  CObject* made = CRuntimeClass::CreateObject("CCircleTest");
+  ASSERT_NE(made, nullptr);
+  ASSERT_TRUE(made->IsKindOf(RUNTIME_CLASS(CCircleTest)));
+  EXPECT_EQ(static_cast<CCircleTest*>(made)->m_radius, 1.5);  // constructed, not just allocated
+  EXPECT_EQ(static_cast<CCircleTest*>(made)->m_nSides, 0);
+  delete made;
+
+  EXPECT_EQ(CRuntimeClass::FromName("CShapeTest"), RUNTIME_CLASS(CShapeTest));
+  EXPECT_EQ(CRuntimeClass::FromName("cshapetest"), nullptr);  // exact, case-sensitive
+  EXPECT_EQ(CRuntimeClass::FromName("CShape"), nullptr);
+  EXPECT_EQ(CRuntimeClass::FromName(nullptr), nullptr);
+  // DYNCREATE can create through its runtime class but is not registered by name, as in MFC.
+  EXPECT_EQ(CRuntimeClass::FromName("CDynCreateTest"), nullptr);
+  CObject* dyn = RUNTIME_CLASS(CDynCreateTest)->CreateObject();
+  ASSERT_NE(dyn, nullptr);
+  EXPECT_EQ(dyn->GetRuntimeClass(), RUNTIME_CLASS(CDynCreateTest));
+  delete dyn;
+  EXPECT_EQ(RUNTIME_CLASS(CDynamicTest)->CreateObject(), nullptr);
+  // A constructor that throws gives null.
+  EXPECT_EQ(RUNTIME_CLASS(CThrowingTest)->CreateObject(), nullptr);
+}
+
+TEST(ObjectTest, RegistryServesReadersWhileClassesAreAdded) {
+  static CRuntimeClass late[8];
+  static char names[8][16];
+  std::atomic<bool> missing{false};
+  std::thread reader([&] {
+    for (int i = 0; i < 2000; ++i)
+      if (CRuntimeClass::FromName("CCircleTest") != RUNTIME_CLASS(CCircleTest)) missing = true;
+  });
+  for (int i = 0; i < 8; ++i) {
+    std::snprintf(names[i], sizeof names[i], "CLate%d", i);
+    late[i] = CRuntimeClass{names[i], 0, 1, nullptr, RUNTIME_CLASS(CObject)};
+    AfxClassInit(&late[i]);
+  }
+  reader.join();
+  EXPECT_FALSE(missing);
+  EXPECT_EQ(CRuntimeClass::FromName("CLate7"), &late[7]);
+}
+
+}  // namespace
