@@ -13,7 +13,23 @@ int Clamp(int v, int lo, int hi) noexcept { return std::max(lo, std::min(v, hi))
 
 bool IsSpace(char c) noexcept { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 
+// The bytes of the character that starts at p: a UTF-8 lead byte and its continuation bytes, or
+// a GBK lead and trail byte pair; 1 for a stray byte.
+std::size_t SequenceLength(bool utf8, const char* p, std::size_t left) noexcept {
+  auto byte = [p](std::size_t i) { return static_cast<unsigned char>(p[i]); };
+  if (utf8) {
+    std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : byte(0) >= 0xC0 ? 2 : 1;
+    std::size_t n = 1;
+    while (n < length && n < left && (byte(n) & 0xC0) == 0x80) ++n;
+    return n;
+  }
+  bool lead = byte(0) >= 0x81 && byte(0) <= 0xFE;
+  bool trail = left > 1 && byte(1) >= 0x40 && byte(1) <= 0xFE && byte(1) != 0x7F;
+  return lead && trail ? 2 : 1;
+}
+
 std::string Convert(const char* to, const char* from, std::string_view in) {
+  const bool fromUtf8 = std::strcmp(from, "UTF-8") == 0;
   iconv_t cd = iconv_open(to, from);
   if (cd == reinterpret_cast<iconv_t>(-1)) return std::string(in);
   std::string out;
@@ -30,7 +46,7 @@ std::string Convert(const char* to, const char* from, std::string_view in) {
       dst = out.data() + used;
       dstLeft = out.size() - used;
     } else {
-      // An invalid or incomplete sequence: replace one byte and go on.
+      // A character with no equivalent, or an invalid or incomplete sequence: one '?' for it.
       if (dstLeft == 0) {
         std::size_t used = out.size();
         out.resize(out.size() * 2);
@@ -39,8 +55,9 @@ std::string Convert(const char* to, const char* from, std::string_view in) {
       }
       *dst++ = '?';
       --dstLeft;
-      ++src;
-      --srcLeft;
+      std::size_t skip = SequenceLength(fromUtf8, src, srcLeft);
+      src += skip;
+      srcLeft -= skip;
     }
   }
   out.resize(out.size() - dstLeft);
@@ -170,6 +187,24 @@ void CString::TrimRight(char ch) noexcept {
   while (!m_str.empty() && m_str.back() == ch) m_str.pop_back();
 }
 
+CString& CString::Trim() noexcept {
+  TrimRight();
+  TrimLeft();
+  return *this;
+}
+
+CString& CString::Trim(char ch) noexcept {
+  TrimRight(ch);
+  TrimLeft(ch);
+  return *this;
+}
+
+CString& CString::Trim(const char* set) noexcept {
+  TrimRight(set);
+  TrimLeft(set);
+  return *this;
+}
+
 void CString::TrimRight(const char* set) noexcept {
   std::size_t keep = m_str.find_last_not_of(set ? set : "");
   m_str.erase(keep == std::string::npos ? 0 : keep + 1);
@@ -207,6 +242,10 @@ void CString::Format(const char* format, ...) {
 }
 
 void CString::FormatV(const char* format, va_list args) {
+  if (!format) {
+    m_str.clear();
+    return;
+  }
   va_list copy;
   va_copy(copy, args);
   int n = std::vsnprintf(nullptr, 0, format, copy);

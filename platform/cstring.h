@@ -6,6 +6,7 @@
 #include "platform/export.h"
 #include "platform/win_types.h"
 
+#include <cassert>
 #include <cstdarg>
 #include <string>
 #include <string_view>
@@ -24,9 +25,17 @@ class VARDELL_API CString {
   int GetLength() const noexcept { return static_cast<int>(m_str.size()); }
   BOOL IsEmpty() const noexcept { return m_str.empty(); }
   void Empty() noexcept { m_str.clear(); }
-  char GetAt(int index) const noexcept { return m_str[static_cast<std::size_t>(index)]; }
+  // Unchecked, as in MFC: a position outside the string asserts in debug builds only. Reading at
+  // GetLength() answers the terminating zero.
+  char GetAt(int index) const noexcept {
+    assert(index >= 0 && index <= GetLength());
+    return m_str[static_cast<std::size_t>(index)];
+  }
   char operator[](int index) const noexcept { return GetAt(index); }
-  void SetAt(int index, char ch) noexcept { m_str[static_cast<std::size_t>(index)] = ch; }
+  void SetAt(int index, char ch) noexcept {
+    assert(index >= 0 && index < GetLength());
+    m_str[static_cast<std::size_t>(index)] = ch;
+  }
   operator LPCTSTR() const noexcept { return m_str.c_str(); }  // NOLINT: implicit, as in MFC
   const std::string& str() const noexcept { return m_str; }
   std::string_view view() const noexcept { return m_str; }
@@ -81,6 +90,10 @@ class VARDELL_API CString {
   void TrimRight() noexcept;
   void TrimRight(char ch) noexcept;
   void TrimRight(const char* set) noexcept;
+  // Both ends (as in later MFC).
+  CString& Trim() noexcept;
+  CString& Trim(char ch) noexcept;
+  CString& Trim(const char* set) noexcept;
 
   int Find(char ch) const noexcept { return Find(ch, 0); }
   int Find(char ch, int start) const noexcept;
@@ -121,7 +134,7 @@ inline bool operator>=(const CString& a, const CString& b) noexcept { return a.C
 namespace vardell {
 
 // Text conversion between the library's code page (GBK) and UTF-8, for the GUI and terminals.
-// Bytes that do not convert are replaced by '?'.
+// A character that does not convert (no equivalent, or an invalid sequence) becomes one '?'.
 VARDELL_API std::string GbkToUtf8(std::string_view gbk);
 VARDELL_API CString Utf8ToGbk(std::string_view utf8);
 

@@ -1,7 +1,9 @@
 #include "platform/file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -17,23 +19,24 @@ CFile::~CFile() {
 }
 
 BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
-  auto fail = [&](int err) {
+  auto fail = [&](int err, int cause) {
     if (error) {
-      error->m_cause = CFileException::ErrnoToException(err);
+      error->m_cause = cause;
       error->m_lOsError = err;
       error->m_strFileName = fileName ? fileName : "";
     }
     return FALSE;
   };
+  auto failErrno = [&](int err) { return fail(err, CFileException::ErrnoToException(err)); };
   if (m_hFile != hFileNull) Abort();
-  if (!fileName || !*fileName) return fail(ENOENT);
+  if (!fileName || !*fileName) return failErrno(ENOENT);
 
   int flags = O_CLOEXEC;
   switch (openFlags & 3) {
     case modeRead: flags |= O_RDONLY; break;
     case modeWrite: flags |= O_WRONLY; break;
     case modeReadWrite: flags |= O_RDWR; break;
-    default: return fail(EINVAL);
+    default: return fail(EINVAL, CFileException::generic);  // both read and write bits
   }
   if (openFlags & modeCreate) {
     flags |= O_CREAT;
@@ -43,11 +46,11 @@ BOOL CFile::Open(const char* fileName, UINT openFlags, CFileException* error) {
   do {
     fd = ::open(fileName, flags, 0666);
   } while (fd < 0 && errno == EINTR);
-  if (fd < 0) return fail(errno);
+  if (fd < 0) return failErrno(errno);
   struct stat st {};
   if (::fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
     ::close(fd);
-    return fail(EISDIR);
+    return failErrno(EISDIR);
   }
   m_hFile = fd;
   m_bCloseOnDelete = TRUE;
@@ -59,6 +62,14 @@ void CFile::ThrowErrno(int err) const {
   AfxThrowFileException(CFileException::ErrnoToException(err), err, m_strFileName);
 }
 
+namespace {
+
+// Reading a file opened only for writing, or writing one opened only for reading, is
+// accessDenied on the platform; POSIX says EBADF.
+int AccessErrno(int err) noexcept { return err == EBADF ? EACCES : err; }
+
+}  // namespace
+
 UINT CFile::Read(void* buffer, UINT count) {
   if (count == 0) return 0;
   if (m_hFile == hFileNull) ThrowErrno(EBADF);
@@ -68,7 +79,7 @@ UINT CFile::Read(void* buffer, UINT count) {
     ssize_t n = ::read(m_hFile, out + done, count - done);
     if (n < 0) {
       if (errno == EINTR) continue;
-      ThrowErrno(errno);
+      ThrowErrno(AccessErrno(errno));
     }
     if (n == 0) break;
     done += static_cast<UINT>(n);
@@ -85,7 +96,7 @@ void CFile::Write(const void* buffer, UINT count) {
     ssize_t n = ::write(m_hFile, in + done, count - done);
     if (n < 0) {
       if (errno == EINTR) continue;
-      ThrowErrno(errno);
+      ThrowErrno(AccessErrno(errno));
     }
     if (n == 0) ThrowErrno(ENOSPC);
     done += static_cast<UINT>(n);
@@ -110,7 +121,9 @@ ULONGLONG CFile::GetLength() const {
 
 void CFile::SetLength(ULONGLONG newLength) {
   if (m_hFile == hFileNull) ThrowErrno(EBADF);
-  if (::ftruncate(m_hFile, static_cast<off_t>(newLength)) != 0) ThrowErrno(errno);
+  if (newLength > static_cast<ULONGLONG>(INT64_MAX)) ThrowErrno(EINVAL);
+  if (::ftruncate(m_hFile, static_cast<off_t>(newLength)) != 0)
+    ThrowErrno(errno == EINVAL ? EACCES : AccessErrno(errno));  // EINVAL: not open for writing
 }
 
 ULONGLONG CFile::GetPosition() const {
@@ -127,10 +140,11 @@ void CFile::Flush() {
 void CFile::Close() {
   int err = 0;
   if (m_hFile != hFileNull && ::close(m_hFile) != 0) err = errno;
+  CString name = m_strFileName;
   m_hFile = hFileNull;
   m_bCloseOnDelete = FALSE;
   m_strFileName.Empty();
-  if (err) AfxThrowFileException(CFileException::ErrnoToException(err), err);
+  if (err) AfxThrowFileException(CFileException::ErrnoToException(err), err, name);
 }
 
 void CFile::Abort() noexcept {
