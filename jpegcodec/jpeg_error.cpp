@@ -1,15 +1,24 @@
 #include "jpegcodec/jpeg_error.h"
 
 #include <cstdlib>
+#include <string_view>
 
 #include <jerror.h>
 
 namespace vardell::jpeg {
 namespace {
 
+// Developer diagnostics, switched on by VARDELL_DEBUG (any value but "" and "0").
+bool LogEnabled() {
+  static const bool enabled = [] {
+    const char* v = std::getenv("VARDELL_DEBUG");
+    return v && *v && std::string_view(v) != "0";
+  }();
+  return enabled;
+}
+
 void OutputMessage(j_common_ptr cinfo) {
-  static const bool log = std::getenv("VARDELL_JPEG_LOG") != nullptr;
-  if (!log) return;
+  if (!LogEnabled()) return;
   char text[JMSG_LENGTH_MAX];
   (*cinfo->err->format_message)(cinfo, text);
   std::fprintf(stderr, "vardell jpeg: %s\n", text);
@@ -32,7 +41,7 @@ void ProgressMonitor(j_common_ptr cinfo) {
   if (!cinfo->is_decompressor) return;
   auto* manager = reinterpret_cast<ErrorManager*>(cinfo->err);
   if (reinterpret_cast<j_decompress_ptr>(cinfo)->input_scan_number > manager->max_scans) {
-    if (std::getenv("VARDELL_JPEG_LOG"))
+    if (LogEnabled())
       std::fprintf(stderr, "vardell jpeg: more than %d scans\n", manager->max_scans);
     std::longjmp(manager->jump, 1);
   }

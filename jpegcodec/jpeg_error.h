@@ -1,7 +1,7 @@
 // The codec's handling of libjpeg's errors and warnings. An error, and a warning that means image
 // data was lost, jump back to the setjmp point of the call in progress instead of ending the
-// process. Nothing is printed unless the environment variable VARDELL_JPEG_LOG is set (then each
-// message goes to standard error as a developer diagnostic).
+// process. Nothing is printed unless the environment variable VARDELL_DEBUG is set to a value
+// other than "" or "0" (then each message goes to standard error as a developer diagnostic).
 #pragma once
 
 #include <csetjmp>
