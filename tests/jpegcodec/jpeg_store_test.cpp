@@ -25,17 +25,12 @@ std::vector<std::uint8_t> Store(const Dib& d, const std::string& path, int progr
   return ReadBytes(path);
 }
 
-// The first component's sampling byte in the frame header (0x11 full, 0x22 for 4:2:0).
-int LumaSampling(const std::vector<std::uint8_t>& f) {
+// The frame marker (0xC0 baseline, 0xC2 progressive) and the first component's sampling byte
+// (0x11 full resolution, 0x22 for 4:2:0).
+std::pair<int, int> Frame(const std::vector<std::uint8_t>& f) {
   for (std::size_t i = 2; i + 11 < f.size(); ++i)
-    if (f[i] == 0xFF && (f[i + 1] == 0xC0 || f[i + 1] == 0xC2)) return f[i + 11];
-  return -1;
-}
-
-bool IsProgressive(const std::vector<std::uint8_t>& f) {
-  for (std::size_t i = 2; i + 1 < f.size(); ++i)
-    if (f[i] == 0xFF && f[i + 1] == 0xC2) return true;
-  return false;
+    if (f[i] == 0xFF && (f[i + 1] == 0xC0 || f[i + 1] == 0xC2)) return {f[i + 1], f[i + 11]};
+  return {-1, -1};
 }
 
 TEST(StoreBitmap, RoundTripAtQuality100StaysClose) {
@@ -64,8 +59,8 @@ TEST(StoreBitmap, ProgressiveFilesDecodeToTheBaselinePixels) {
   TempDir dir;
   for (const Dib& src : {Chelsea(), GrayOf(Chelsea())}) {
     SCOPED_TRACE(src.bpp == 1 ? "gray" : "colour");
-    EXPECT_FALSE(IsProgressive(Store(src, dir.File("base.jpg"), 0, 80)));
-    EXPECT_TRUE(IsProgressive(Store(src, dir.File("prog.jpg"), 1, 80)));
+    EXPECT_EQ(Frame(Store(src, dir.File("base.jpg"), 0, 80)).first, 0xC0);
+    EXPECT_EQ(Frame(Store(src, dir.File("prog.jpg"), 1, 80)).first, 0xC2);
     for (int m : {8, 3}) {
       const Dib base = Ours(dir.File("base.jpg"), m, 8, src.bpp == 1);
       const Dib prog = Ours(dir.File("prog.jpg"), m, 8, src.bpp == 1);
@@ -83,9 +78,9 @@ TEST(StoreBitmap, QualityIsClampedAndZeroMeansDefault) {
   EXPECT_EQ(file(250), file(100));
   EXPECT_EQ(file(-4), file(1));
   EXPECT_LT(file(1).size(), file(100).size());
-  EXPECT_EQ(LumaSampling(file(90)), 0x11);
-  EXPECT_EQ(LumaSampling(file(89)), 0x22);
-  EXPECT_EQ(LumaSampling(Store(GrayOf(src), dir.File("g.jpg"), 0, 50)), 0x11);
+  EXPECT_EQ(Frame(file(90)).second, 0x11);
+  EXPECT_EQ(Frame(file(89)).second, 0x22);
+  EXPECT_EQ(Frame(Store(GrayOf(src), dir.File("g.jpg"), 0, 50)).second, 0x11);
 }
 
 TEST(StoreBitmap, FailsWithoutWritingOnBadArguments) {
