@@ -20,9 +20,9 @@
 namespace {
 
 constexpr std::uint64_t kMaxFileSize = std::uint64_t{256} << 20;
-// A section whose bytes lie partly beyond its file data is copied with zeros after them; one
-// larger than this is not readable (such sizes only come from damaged headers).
-constexpr std::uint64_t kMaxSectionImage = std::uint64_t{64} << 20;
+// A section whose bytes lie partly beyond its file data is copied with zeros after them; such
+// copies of one module never take more than this (larger sizes only come from damaged headers).
+constexpr std::uint64_t kMaxImageBytes = std::uint64_t{64} << 20;
 constexpr DWORD kHighBit = 0x80000000u;
 
 struct Section {
@@ -132,6 +132,7 @@ struct HINSTANCE__ {
 
   std::mutex imagesMutex;
   std::map<std::size_t, std::vector<std::uint8_t>> images;
+  std::uint64_t imageBytes = 0;
 
   bool ParseHeaders();
   // The bytes of [rva, rva + count) of the loaded image, or false.
@@ -235,10 +236,11 @@ bool HINSTANCE__::Map(std::uint64_t rva, std::uint64_t count, std::span<const st
       out = std::span<const std::uint8_t>(file).subspan(s.rawPointer + offset, count);
       return true;
     }
-    if (s.Extent() > kMaxSectionImage) return false;
     std::lock_guard<std::mutex> lock(imagesMutex);
     auto it = images.find(i);
     if (it == images.end()) {
+      if (s.Extent() > kMaxImageBytes - imageBytes) return false;
+      imageBytes += s.Extent();
       std::vector<std::uint8_t> image(s.Extent(), 0);
       const std::size_t raw = std::min<std::uint64_t>(s.rawSize, s.Extent());
       std::copy_n(file.begin() + s.rawPointer, raw, image.begin());

@@ -21,8 +21,9 @@
 // - The headers and every section's file data must lie inside the file, or the module does not
 //   load (ERROR_BAD_EXE_FORMAT). Files above 256 MiB are not loaded (ERROR_FILE_TOO_LARGE).
 // - Addresses (RVAs) map through the section table; a section spans max(VirtualSize,
-//   SizeOfRawData) bytes and reads as zero beyond its file data. An address in no section, or a
-//   range running past its section's end, is not found.
+//   SizeOfRawData) bytes and reads as zero beyond its file data (such zero-filled copies take
+//   at most 64 MiB a module; beyond that the range is not found). An address in no section, or
+//   a range running past its section's end, is not found.
 // - The resource tree is read three levels deep (type, name, language). A directory whose
 //   entries run past the resource section, a name string outside it, or a subdirectory that is
 //   one of its own ancestors is treated as absent.
