@@ -15,6 +15,7 @@ void InstallTerminalHandlers();
 int Info(const Args& args);
 int Convert(const Args& args);
 int Demo(const Args& args);
+int Plugins(const Args& args);
 
 // Parses "NUM/DEN" with positive integers; false when malformed.
 bool ParseScale(const std::string& text, int& num, int& den);

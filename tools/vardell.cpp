@@ -2,6 +2,7 @@
 //   vardell info FILE
 //   vardell convert IN OUT [--jpeg] [--quality Q] [--progressive] [--scale NUM/DEN]
 //   vardell demo [--out DIR] [--samples DIR]
+//   vardell plugins PATTERN
 // Errors print the library's own texts on standard error and give a non-zero exit status.
 #include "tools/commands.h"
 
@@ -16,7 +17,8 @@ void Usage() {
   std::fputs(
       "usage: vardell info FILE\n"
       "       vardell convert IN OUT [--jpeg] [--quality Q] [--progressive] [--scale NUM/DEN]\n"
-      "       vardell demo [--out DIR] [--samples DIR]\n",
+      "       vardell demo [--out DIR] [--samples DIR]\n"
+      "       vardell plugins PATTERN\n",
       stderr);
 }
 
@@ -38,6 +40,8 @@ int main(int argc, char** argv) {
     status = vardell::tool::Convert(args);
   else if (command == "demo")
     status = vardell::tool::Demo(args);
+  else if (command == "plugins")
+    status = vardell::tool::Plugins(args);
   if (status == 2) Usage();
   return status;
 }
