@@ -1,0 +1,306 @@
+#include "platform/dc.h"
+#include "platform/region.h"
+
+#include "dc_test_util.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <vector>
+
+namespace {
+
+using vardell::test::MemoryDc;
+using vardell::test::Px;
+
+// A DIB in memory: header and colour table back to back, and its bottom-up rows.
+struct Dib {
+  std::vector<BYTE> info;
+  std::vector<BYTE> bits;
+  const BITMAPINFO* bmi() const { return reinterpret_cast<const BITMAPINFO*>(info.data()); }
+  BITMAPINFOHEADER& header() { return *reinterpret_cast<BITMAPINFOHEADER*>(info.data()); }
+};
+
+// 24-bit, pixel(x, y) with y top-based, stored bottom-up.
+Dib Make24(int w, int h, const std::function<std::uint32_t(int, int)>& pixel) {
+  Dib d;
+  d.info.assign(40, 0);
+  BITMAPINFOHEADER& hd = d.header();
+  hd = BITMAPINFOHEADER{40, w, h, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
+  const int stride = DibStride(w, 24);
+  d.bits.assign(static_cast<std::size_t>(stride) * h, 0);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const std::uint32_t p = pixel(x, y);
+      BYTE* q = &d.bits[static_cast<std::size_t>(h - 1 - y) * stride + 3 * x];
+      q[0] = static_cast<BYTE>(p), q[1] = static_cast<BYTE>(p >> 8),
+      q[2] = static_cast<BYTE>(p >> 16);
+    }
+  return d;
+}
+
+// 8-bit with a grey table of `entries` entries (biClrUsed), index(x, y) top-based.
+Dib Make8(int w, int h, DWORD entries, const std::function<BYTE(int, int)>& index) {
+  Dib d;
+  d.info.assign(40 + 4 * 256, 0);
+  d.header() = BITMAPINFOHEADER{40, w, h, 1, 8, BI_RGB, 0, 0, 0, entries, 0};
+  for (int i = 0; i < 256; ++i) std::memset(&d.info[40 + 4 * i], i, 3);
+  const int stride = DibStride(w, 8);
+  d.bits.assign(static_cast<std::size_t>(stride) * h, 0);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x)
+      d.bits[static_cast<std::size_t>(h - 1 - y) * stride + x] = index(x, y);
+  return d;
+}
+
+int Draw(HDC hdc, int xd, int yd, int wd, int hd, int xs, int ys, int ws, int hs, const Dib& d,
+         DWORD rop = SRCCOPY) {
+  return StretchDIBits(hdc, xd, yd, wd, hd, xs, ys, ws, hs, d.bits.data(), d.bmi(), DIB_RGB_COLORS,
+                       rop);
+}
+
+TEST(StretchDIBits, BottomUpSourceCountsRowsFromTheBottom) {
+  const Dib d = Make24(1, 4, [](int, int y) { return Px(0, 0, static_cast<BYTE>(10 + y)); });
+  MemoryDc dc(1, 2);
+  // Top-based rows 1..2 of a 4-row DIB: ySrc = 4 - 1 - 2 = 1.
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 1, 2, 0, 1, 1, 2, d), 4);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{11, 12}));
+  Draw(dc.hdc(), 0, 0, 1, 2, 0, 0, 1, 2, d);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{12, 13}));
+}
+
+TEST(StretchDIBits, OppositeSignsMirror) {
+  const Dib row = Make24(4, 1, [](int x, int) { return Px(0, 0, static_cast<BYTE>(x + 1)); });
+  MemoryDc dc(4, 1);
+  // A negative extent covers the pixels from its origin leftwards, origin included.
+  Draw(dc.hdc(), 3, 0, -4, 1, 0, 0, 4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{4, 3, 2, 1}));
+  Draw(dc.hdc(), 0, 0, 4, 1, 3, 0, -4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{4, 3, 2, 1}));
+  Draw(dc.hdc(), 3, 0, -4, 1, 3, 0, -4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{1, 2, 3, 4}));
+
+  const Dib column = Make24(1, 3, [](int, int y) { return Px(0, 0, static_cast<BYTE>(y + 1)); });
+  MemoryDc tall(1, 3);
+  Draw(tall.hdc(), 0, 2, 1, -3, 0, 0, 1, 3, column);
+  EXPECT_EQ(tall.Pixels(), (std::vector<std::uint32_t>{3, 2, 1}));
+}
+
+TEST(StretchDIBits, ColorOnColorSampling) {
+  struct Case {
+    int src, dst;
+    std::vector<std::uint32_t> expected;  // source index + 1 for each destination pixel
+  };
+  const Case cases[] = {{4, 8, {1, 1, 2, 2, 3, 3, 4, 4}},
+                        {3, 5, {1, 1, 2, 3, 3}},
+                        {2, 3, {1, 1, 2}},
+                        {4, 2, {1, 3}},
+                        {5, 3, {1, 3, 4}},
+                        {2, 4, {1, 1, 2, 2}}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.src << " -> " << c.dst);
+    const Dib row = Make24(c.src, 1, [](int x, int) { return static_cast<std::uint32_t>(x + 1); });
+    MemoryDc across(c.dst, 1);
+    SetStretchBltMode(across.hdc(), COLORONCOLOR);
+    Draw(across.hdc(), 0, 0, c.dst, 1, 0, 0, c.src, 1, row);
+    EXPECT_EQ(across.Pixels(), c.expected);
+    const Dib column =
+        Make24(1, c.src, [](int, int y) { return static_cast<std::uint32_t>(y + 1); });
+    MemoryDc down(1, c.dst);
+    Draw(down.hdc(), 0, 0, 1, c.dst, 0, 0, 1, c.src, column);
+    EXPECT_EQ(down.Pixels(), c.expected);
+  }
+}
+
+TEST(StretchDIBits, WorkedRasterOperationBytes) {
+  // S = FE DC BA and D = 89 AB CD, byte by byte (blue, green, red).
+  const Dib s = Make24(1, 1, [](int, int) { return 0xBADCFEu; });
+  const struct {
+    DWORD rop;
+    std::uint32_t expected;
+  } cases[] = {{SRCCOPY, 0xBADCFE},     {SRCPAINT, 0xFFFFFF},   {SRCAND, 0x888888},
+               {SRCINVERT, 0x777777},   {SRCERASE, 0x325476},   {NOTSRCCOPY, 0x452301},
+               {NOTSRCERASE, 0x000000}, {MERGEPAINT, 0xCDAB89}, {DSTINVERT, 0x325476},
+               {BLACKNESS, 0x000000},   {WHITENESS, 0xFFFFFF}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << c.rop);
+    MemoryDc dc(1, 1, 0xCDAB89);
+    EXPECT_NE(Draw(dc.hdc(), 0, 0, 1, 1, 0, 0, 1, 1, s, c.rop), GDI_ERROR);
+    EXPECT_EQ(dc.At(0, 0), c.expected);
+  }
+  // Operations with a pattern take the selected brush.
+  MemoryDc dc(1, 1, 0xCDAB89);
+  HBRUSH brush = CreateSolidBrush(RGB(0x0F, 0xF0, 0x3C));  // pixel 0x0FF03C
+  HGDIOBJ old = SelectObject(dc.hdc(), brush);
+  Draw(dc.hdc(), 0, 0, 1, 1, 0, 0, 1, 1, s, MERGECOPY);
+  EXPECT_EQ(dc.At(0, 0), 0xBADCFEu & 0x0FF03Cu);
+  SelectObject(dc.hdc(), old);
+  DeleteObject(brush);
+}
+
+TEST(StretchDIBits, EightBitDibDrawsThroughItsColourTable) {
+  const BYTE indexes[] = {0, 255, 128, 5};
+  Dib d = Make8(4, 1, 0, [&](int x, int) { return indexes[x]; });
+  MemoryDc dc(4, 1, 0x123456);
+  Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0, 0xFFFFFF, 0x808080, 0x050505}));
+  // A table of 4 entries (biClrUsed): index 5 and above have no colour and draw black.
+  d.header().biClrUsed = 4;
+  std::memset(&d.info[40 + 4 * 255], 0x77, 4);
+  Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0, 0, 0, 0}));
+  // Stretched through the table too.
+  Dib two = Make8(2, 1, 0, [](int x, int) { return static_cast<BYTE>(x ? 200 : 100); });
+  Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 2, 1, two);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0x646464, 0x646464, 0xC8C8C8, 0xC8C8C8}));
+}
+
+TEST(StretchDIBits, ReturnValues) {
+  Dib d = Make24(2, 4, [](int, int) { return 0x010203u; });
+  MemoryDc dc(4, 4);
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 1, 0, 0, 2, 1, d), 4);  // the DIB's height, not the rows drawn
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 1, 0, 0, 2, 1, d, SRCINVERT), 4);
+  d.header().biHeight = -4;  // top-down: other operations answer the signed height
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 1, 0, 0, 2, 1, d, SRCINVERT), -4);
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 1, 0, 0, 2, 1, d), 4);
+  // Nothing to draw: 0, which callers take for success.
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 2, 5, 0, 2, 2, d), 0);
+  EXPECT_EQ(Draw(dc.hdc(), 10, 0, 2, 2, 0, 0, 2, 2, d), 0);
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 0, 2, 0, 0, 2, 2, d), 0);
+  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 2, 2, 0, 0, 2, 0, d), 0);
+}
+
+TEST(StretchDIBits, BadInputFailsWithGdiError) {
+  Dib d = Make24(2, 2, [](int, int) { return 0x010203u; });
+  MemoryDc dc(4, 4, 0x777777);
+  const HDC hdc = dc.hdc();
+  EXPECT_EQ(StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, nullptr, d.bmi(), DIB_RGB_COLORS, SRCCOPY),
+            GDI_ERROR);
+  EXPECT_EQ(
+      StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), nullptr, DIB_RGB_COLORS, SRCCOPY),
+      GDI_ERROR);
+  EXPECT_EQ(
+      StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), d.bmi(), DIB_PAL_COLORS, SRCCOPY),
+      GDI_ERROR);
+  EXPECT_EQ(StretchDIBits(nullptr, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), d.bmi(), DIB_RGB_COLORS,
+                          SRCCOPY),
+            GDI_ERROR);
+  const auto with = [&](auto change) {
+    Dib bad = d;
+    change(bad.header());
+    return Draw(hdc, 0, 0, 2, 2, 0, 0, 2, 2, bad);
+  };
+  EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biBitCount = 16; }), GDI_ERROR);
+  EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biCompression = BI_RLE8; }), GDI_ERROR);
+  EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biWidth = -2; }), GDI_ERROR);
+  EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biHeight = 0; }), GDI_ERROR);
+  EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biSize = 12; }), GDI_ERROR);
+  EXPECT_EQ(dc.Pixels(), std::vector<std::uint32_t>(16, 0x777777));
+
+  // A DC without a bitmap of its own, and a DC that was deleted.
+  HDC bare = CreateCompatibleDC(nullptr);
+  EXPECT_EQ(Draw(bare, 0, 0, 2, 2, 0, 0, 2, 2, d), GDI_ERROR);
+  EXPECT_TRUE(DeleteDC(bare));
+  EXPECT_EQ(Draw(bare, 0, 0, 2, 2, 0, 0, 2, 2, d), GDI_ERROR);
+}
+
+TEST(StretchDIBits, ClipsToTheSurfaceAndTheClipRegion) {
+  const Dib row = Make24(4, 1, [](int x, int) { return static_cast<std::uint32_t>(x + 1); });
+  MemoryDc dc(4, 1);
+  Draw(dc.hdc(), -2, 0, 4, 1, 0, 0, 4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{3, 4, 0, 0}));
+  // Stretched 4 -> 8 with only the middle visible: the sampling does not restart at the edge.
+  dc.Fill(0);
+  Draw(dc.hdc(), -2, 0, 8, 1, 0, 0, 4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{2, 2, 3, 3}));
+  // Source pixels outside the DIB leave their destination pixels alone.
+  dc.Fill(9);
+  Draw(dc.hdc(), 0, 0, 4, 1, -1, 0, 4, 1, row);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{9, 1, 2, 3}));
+
+  // Two separate rectangles of clip: (0,0)-(2,1) and (3,1)-(5,3).
+  MemoryDc big(6, 3);
+  HRGN a = CreateRectRgn(0, 0, 2, 1), b = CreateRectRgn(3, 1, 5, 3);
+  CombineRgn(a, a, b, RGN_OR);
+  EXPECT_EQ(SelectClipRgn(big.hdc(), a), COMPLEXREGION);
+  DeleteObject(a);  // the DC keeps its own copy
+  DeleteObject(b);
+  const Dib white = Make24(1, 1, [](int, int) { return 0xFFFFFFu; });
+  Draw(big.hdc(), 0, 0, 6, 3, 0, 0, 1, 1, white);
+  EXPECT_EQ(big.Row(0, 0xFFFFFF), "##....");
+  EXPECT_EQ(big.Row(1, 0xFFFFFF), "...##.");
+  EXPECT_EQ(big.Row(2, 0xFFFFFF), "...##.");
+  RECT box;
+  EXPECT_EQ(GetClipBox(big.hdc(), &box), COMPLEXREGION);
+  EXPECT_TRUE(EqualRect(box, RECT{0, 0, 5, 3}));
+  EXPECT_EQ(SelectClipRgn(big.hdc(), nullptr), SIMPLEREGION);
+  Draw(big.hdc(), 0, 0, 6, 3, 0, 0, 1, 1, white);
+  EXPECT_EQ(big.Row(2, 0xFFFFFF), "######");
+}
+
+TEST(BitBlt, CopiesBetweenDcsAndWithinOne) {
+  MemoryDc src(4, 2), dst(4, 2, 0xABCDEF);
+  src.Set({1, 2, 3, 4, 5, 6, 7, 8});
+  EXPECT_TRUE(BitBlt(dst.hdc(), 1, 0, 2, 2, src.hdc(), 2, 0, SRCCOPY));
+  EXPECT_EQ(dst.Pixels(),
+            (std::vector<std::uint32_t>{0xABCDEF, 3, 4, 0xABCDEF, 0xABCDEF, 7, 8, 0xABCDEF}));
+
+  // Overlapping areas of one surface: shifted right by one and down by one.
+  src.Set({1, 2, 3, 4, 5, 6, 7, 8});
+  EXPECT_TRUE(BitBlt(src.hdc(), 1, 0, 3, 2, src.hdc(), 0, 0, SRCCOPY));
+  EXPECT_EQ(src.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 3, 5, 5, 6, 7}));
+  EXPECT_TRUE(BitBlt(src.hdc(), 0, 1, 4, 1, src.hdc(), 0, 0, SRCCOPY));
+  EXPECT_EQ(src.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 3, 1, 1, 2, 3}));
+
+  // StretchBlt samples as StretchDIBits does.
+  MemoryDc wide(8, 1);
+  src.Set({1, 2, 3, 4, 5, 6, 7, 8});
+  EXPECT_TRUE(StretchBlt(wide.hdc(), 0, 0, 8, 1, src.hdc(), 0, 0, 4, 1, SRCCOPY));
+  EXPECT_EQ(wide.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 2, 3, 3, 4, 4}));
+  EXPECT_TRUE(StretchBlt(wide.hdc(), 7, 0, -8, 1, src.hdc(), 0, 0, 4, 1, SRCCOPY));
+  EXPECT_EQ(wide.Pixels(), (std::vector<std::uint32_t>{4, 4, 3, 3, 2, 2, 1, 1}));
+
+  // A source is needed only by operations that use one.
+  EXPECT_TRUE(BitBlt(wide.hdc(), 0, 0, 2, 1, nullptr, 0, 0, BLACKNESS));
+  EXPECT_EQ(wide.At(1, 0), 0u);
+  EXPECT_FALSE(BitBlt(wide.hdc(), 0, 0, 2, 1, nullptr, 0, 0, SRCCOPY));
+  HDC bare = CreateCompatibleDC(nullptr);
+  EXPECT_FALSE(BitBlt(wide.hdc(), 0, 0, 2, 1, bare, 0, 0, SRCCOPY));
+  EXPECT_FALSE(BitBlt(bare, 0, 0, 2, 1, wide.hdc(), 0, 0, SRCCOPY));
+  DeleteDC(bare);
+}
+
+TEST(PatBlt, Variants) {
+  MemoryDc dc(4, 2, 0x123456);
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 4, 2, WHITENESS));
+  EXPECT_EQ(dc.Pixels(), std::vector<std::uint32_t>(8, 0xFFFFFF));
+  EXPECT_TRUE(PatBlt(dc.hdc(), 1, 0, 2, 1, BLACKNESS));
+  EXPECT_EQ(dc.Row(0, 0, 0xFFFFFF), ".##.");  // right edge exclusive
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 4, 2, DSTINVERT));
+  EXPECT_EQ(dc.Row(0, 0xFFFFFF), ".##.");
+  EXPECT_EQ(dc.Row(1, 0xFFFFFF), "....");
+
+  HBRUSH brush = CreateSolidBrush(RGB(0x11, 0x22, 0x33));
+  HGDIOBJ old = SelectObject(dc.hdc(), brush);
+  EXPECT_TRUE(PatBlt(dc.hdc(), 3, 2, -2, -1, PATCOPY));  // normalised to (1,1)-(3,2)
+  EXPECT_EQ(dc.Row(1, 0x112233), ".##.");
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 1, 4, 1, PATINVERT));
+  EXPECT_EQ(dc.At(0, 1), 0x112233u);
+  EXPECT_EQ(dc.At(1, 1), 0u);
+  EXPECT_FALSE(PatBlt(dc.hdc(), 0, 0, 1, 1, SRCCOPY));  // needs a source
+
+  SelectObject(dc.hdc(), GetStockObject(NULL_BRUSH));
+  const std::vector<std::uint32_t> before = dc.Pixels();
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 4, 2, PATCOPY));  // the null brush paints nothing
+  EXPECT_EQ(dc.Pixels(), before);
+  SelectObject(dc.hdc(), old);
+  DeleteObject(brush);
+
+  HDC bare = CreateCompatibleDC(nullptr);
+  EXPECT_FALSE(PatBlt(bare, 0, 0, 1, 1, WHITENESS));
+  DeleteDC(bare);
+  EXPECT_FALSE(PatBlt(nullptr, 0, 0, 1, 1, WHITENESS));
+}
+
+}  // namespace

@@ -1,0 +1,221 @@
+#include "platform/dc.h"
+#include "platform/printer_dc.h"
+#include "platform/region.h"
+#include "platform/window_surface.h"
+
+#include "dc_test_util.h"
+#include "support/test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using vardell::test::MemoryDc;
+using vardell::test::Px;
+
+TEST(DeviceContext, SelectObjectAnswersThePreviousObject) {
+  HDC hdc = CreateCompatibleDC(nullptr);
+  EXPECT_EQ(GetObjectType(hdc), OBJ_MEMDC);
+  HBITMAP a = CreateCompatibleBitmap(hdc, 3, 2), b = CreateCompatibleBitmap(hdc, 3, 2);
+  const HGDIOBJ stock = SelectObject(hdc, a);
+  EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);  // the 1x1 stock bitmap a new memory DC holds
+  EXPECT_EQ(SelectObject(hdc, b), a);
+  EXPECT_EQ(GetCurrentObject(hdc, OBJ_BITMAP), b);
+  EXPECT_EQ(SelectObject(hdc, stock), b);
+
+  EXPECT_EQ(GetCurrentObject(hdc, OBJ_BRUSH), GetStockObject(WHITE_BRUSH));
+  HPEN pen = CreatePen(PS_SOLID, 1, RGB(1, 2, 3));
+  EXPECT_EQ(SelectObject(hdc, pen), GetStockObject(BLACK_PEN));
+  EXPECT_EQ(SelectObject(hdc, GetStockObject(NULL_PEN)), pen);
+
+  // Modes answer the previous value, 0 for an unknown one.
+  EXPECT_EQ(SetStretchBltMode(hdc, COLORONCOLOR), BLACKONWHITE);
+  EXPECT_EQ(SetStretchBltMode(hdc, 9), 0);
+  EXPECT_EQ(GetStretchBltMode(hdc), COLORONCOLOR);
+  EXPECT_EQ(SetROP2(hdc, 17), 0);
+  EXPECT_EQ(GetROP2(hdc), R2_COPYPEN);
+
+  EXPECT_TRUE(DeleteDC(hdc));
+  EXPECT_FALSE(DeleteDC(hdc));
+  EXPECT_EQ(SelectObject(hdc, a), nullptr);
+  EXPECT_TRUE(DeleteObject(a));
+  EXPECT_TRUE(DeleteObject(b));
+  EXPECT_TRUE(DeleteObject(pen));
+}
+
+TEST(DeviceContext, BitmapsBelongToOneDcAtATime) {
+  HDC first = CreateCompatibleDC(nullptr), second = CreateCompatibleDC(first);
+  HBITMAP bitmap = CreateCompatibleBitmap(first, 2, 2);
+  const HGDIOBJ stock = SelectObject(first, bitmap);
+  EXPECT_EQ(SelectObject(second, bitmap), nullptr);
+  SelectObject(first, stock);
+  EXPECT_NE(SelectObject(second, bitmap), nullptr);
+  // The stock bitmap is shared freely; a DC holding it cannot draw.
+  EXPECT_NE(SelectObject(first, stock), nullptr);
+  EXPECT_FALSE(PatBlt(first, 0, 0, 1, 1, WHITENESS));
+  // A bitmap deleted while selected leaves its DC without a surface: drawing fails, no crash.
+  EXPECT_TRUE(DeleteObject(bitmap));
+  EXPECT_FALSE(PatBlt(second, 0, 0, 1, 1, WHITENESS));
+  EXPECT_EQ(GetPixel(second, 0, 0), CLR_INVALID);
+  DeleteDC(first);
+  DeleteDC(second);
+}
+
+TEST(DeviceContext, BitmapSizes) {
+  HBITMAP stock = CreateCompatibleBitmap(nullptr, 0, 5);
+  BITMAP bm{};
+  ASSERT_EQ(GetObject(stock, sizeof bm, &bm), static_cast<int>(sizeof bm));
+  EXPECT_EQ(bm.bmWidth, 1);  // a zero size answers the 1x1 stock bitmap
+  EXPECT_EQ(CreateCompatibleBitmap(nullptr, -1, 5), nullptr);
+  EXPECT_EQ(CreateCompatibleBitmap(nullptr, 70000, 70000), nullptr);
+  EXPECT_EQ(CreateCompatibleBitmap(nullptr, 0x7FFFFFFF, 0x7FFFFFFF), nullptr);
+  EXPECT_EQ(CreateBitmap(2, 2, 1, 24, nullptr), nullptr);
+
+  const std::uint32_t rows[] = {0xFF010203, 0x00040506, 0x00070809, 0x000A0B0C};
+  HBITMAP bitmap = CreateBitmap(2, 2, 1, 32, rows);
+  ASSERT_EQ(GetObject(bitmap, 0, nullptr), static_cast<int>(sizeof(BITMAP)));
+  GetObject(bitmap, sizeof bm, &bm);
+  EXPECT_EQ(bm.bmWidth, 2);
+  EXPECT_EQ(bm.bmHeight, 2);
+  EXPECT_EQ(bm.bmWidthBytes, 8);
+  EXPECT_EQ(bm.bmBitsPixel, 32);
+  std::uint32_t back[4] = {};
+  EXPECT_EQ(GetBitmapBits(bitmap, 0, nullptr), 16);
+  EXPECT_EQ(GetBitmapBits(bitmap, 16, back), 16);
+  EXPECT_EQ(back[0], 0x010203u);  // the X byte is not kept
+  EXPECT_EQ(back[3], 0x0A0B0Cu);
+  EXPECT_EQ(GetBitmapBits(nullptr, 16, back), 0);
+  DeleteObject(bitmap);
+  EXPECT_EQ(GetBitmapBits(bitmap, 16, back), 0);
+}
+
+TEST(DeviceContext, GetDIBitsWritesBottomUpAndTopDownDibs) {
+  MemoryDc dc(3, 2);
+  dc.Set({Px(1, 2, 3), Px(4, 5, 6), Px(7, 8, 9), Px(10, 11, 12), Px(13, 14, 15), Px(16, 17, 18)});
+  BITMAPINFO info{};
+  info.bmiHeader.biSize = 40;
+  // With biBitCount 0 and no bits, the header is filled in.
+  EXPECT_NE(GetDIBits(dc.hdc(), dc.bitmap(), 0, 2, nullptr, &info, DIB_RGB_COLORS), 0);
+  EXPECT_EQ(info.bmiHeader.biWidth, 3);
+  EXPECT_EQ(info.bmiHeader.biHeight, 2);
+  EXPECT_EQ(info.bmiHeader.biBitCount, 32);
+  EXPECT_EQ(info.bmiHeader.biSizeImage, 24u);
+
+  info.bmiHeader.biBitCount = 24;
+  std::vector<BYTE> bits(2 * 12, 0xEE);
+  EXPECT_EQ(GetDIBits(dc.hdc(), dc.bitmap(), 0, 2, bits.data(), &info, DIB_RGB_COLORS), 2);
+  // Bottom row first, B G R, rows padded to 12 bytes (the padding is not written).
+  const std::vector<BYTE> expected = {12, 11, 10, 15, 14, 13, 18, 17, 16, 0xEE, 0xEE, 0xEE,
+                                      3,  2,  1,  6,  5,  4,  9,  8,  7,  0xEE, 0xEE, 0xEE};
+  EXPECT_EQ(bits, expected);
+  EXPECT_EQ(info.bmiHeader.biSizeImage, 24u);
+  // Scan line 1 alone is the top row.
+  std::vector<BYTE> one(12, 0);
+  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 1, 1, one.data(), &info, DIB_RGB_COLORS), 1);
+  EXPECT_EQ(one[0], 3);
+  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 5, 1, one.data(), &info, DIB_RGB_COLORS), 0);
+
+  info.bmiHeader.biBitCount = 16;
+  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), &info, DIB_RGB_COLORS), 0);
+  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), nullptr, DIB_RGB_COLORS), 0);
+  EXPECT_EQ(GetDIBits(nullptr, nullptr, 0, 2, bits.data(), &info, DIB_RGB_COLORS), 0);
+}
+
+TEST(DeviceContext, DeviceCaps) {
+  vardell::SetDisplayMetrics(1280, 1024, 120);
+  HDC screen = CreateCompatibleDC(nullptr);
+  EXPECT_EQ(GetDeviceCaps(screen, HORZRES), 1280);
+  EXPECT_EQ(GetDeviceCaps(screen, VERTRES), 1024);
+  EXPECT_EQ(GetDeviceCaps(screen, LOGPIXELSX), 120);
+  EXPECT_EQ(GetDeviceCaps(screen, PHYSICALWIDTH), 0);
+  vardell::SetDisplayMetrics(1920, 1080, 96);
+  DeleteDC(screen);
+
+  // A4 at 300 dpi with 5 mm margins: 2480 x 3508 dots of paper, 59 dots of margin.
+  vardell::test::TempDir dir;
+  HDC printer = CreatePdfPrinterDC(dir.File("a4.pdf").c_str(), 2100, 2970, 300, 50);
+  ASSERT_NE(printer, nullptr);
+  EXPECT_EQ(GetDeviceCaps(printer, TECHNOLOGY), DT_RASPRINTER);
+  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALWIDTH), 2480);
+  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALHEIGHT), 3508);
+  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALOFFSETX), 59);
+  EXPECT_EQ(GetDeviceCaps(printer, HORZRES), 2480 - 2 * 59);
+  EXPECT_EQ(GetDeviceCaps(printer, VERTRES), 3508 - 2 * 59);
+  EXPECT_EQ(GetDeviceCaps(printer, HORZSIZE), 200);
+  // A memory DC made compatible with the printer reports the printer.
+  HDC memory = CreateCompatibleDC(printer);
+  EXPECT_EQ(GetDeviceCaps(memory, LOGPIXELSX), 300);
+  EXPECT_EQ(GetDeviceCaps(memory, HORZRES), 2362);
+  DeleteDC(memory);
+  DeleteDC(printer);
+  EXPECT_EQ(GetDeviceCaps(printer, HORZRES), 0);
+}
+
+TEST(DeviceContext, CdcWrapsTheHandleFunctions) {
+  CDC dc;
+  ASSERT_TRUE(dc.CreateCompatibleDC(nullptr));
+  EXPECT_EQ(CDC::FromHandle(dc.GetSafeHdc()), &dc);
+  CBitmap bitmap;
+  ASSERT_TRUE(bitmap.CreateCompatibleBitmap(&dc, 4, 3));
+  EXPECT_FALSE(bitmap.CreateCompatibleBitmap(&dc, 4, 3));  // already holds one
+  CBitmap* old = dc.SelectObject(&bitmap);
+  ASSERT_NE(old, nullptr);
+  EXPECT_NE(old->m_hObject, bitmap.m_hObject);
+  EXPECT_EQ(dc.GetCurrentBitmap(), &bitmap);
+
+  dc.FillSolidRect(0, 0, 4, 3, RGB(10, 20, 30));
+  EXPECT_EQ(dc.GetPixel(3, 1), RGB(10, 20, 30));
+  EXPECT_EQ(dc.GetPixel(4, 1), CLR_INVALID);
+
+  CPen pen(PS_SOLID, 1, RGB(0, 0, 255));
+  CPen* oldPen = dc.SelectObject(&pen);
+  EXPECT_EQ(oldPen->m_hObject, GetStockObject(BLACK_PEN));
+  EXPECT_EQ(dc.MoveTo(0, 2), CPoint(0, 0));
+  EXPECT_TRUE(dc.LineTo(4, 2));
+  EXPECT_EQ(dc.GetPixel(3, 2), RGB(0, 0, 255));
+  dc.SelectObject(oldPen);
+  dc.SelectObject(old);
+
+  CRgn clip;
+  clip.CreateRectRgn(0, 0, 1, 1);
+  EXPECT_EQ(dc.SelectClipRgn(&clip), SIMPLEREGION);
+  EXPECT_EQ(dc.SelectClipRgn(nullptr), NULLREGION);  // the stock bitmap shows nothing
+  CGdiObject::DeleteTempMap();
+  // The CDC deletes its DC when destroyed; bitmap and pen delete their objects.
+}
+
+TEST(WindowSurface, DrawsIntoItsBackingPixels) {
+  CWindowSurface window;
+  EXPECT_EQ(window.GetDC(), nullptr);
+  EXPECT_FALSE(window.Create(0, 10));
+  ASSERT_TRUE(window.Create(6, 4, RGB(0, 0, 255)));
+  EXPECT_EQ(window.GetPixels()[0], Px(0, 0, 255));
+  EXPECT_EQ(window.TakeDirtyRect(), CRect(0, 0, 6, 4));
+  EXPECT_TRUE(window.TakeDirtyRect().IsRectEmpty());
+
+  CDC* dc = window.GetDC();
+  ASSERT_NE(dc, nullptr);
+  EXPECT_EQ(GetObjectType(dc->GetSafeHdc()), OBJ_DC);
+  EXPECT_EQ(dc->GetDeviceCaps(HORZRES), 1920);
+  EXPECT_TRUE(dc->PatBlt(1, 1, 2, 2, BLACKNESS));
+  dc->SetPixel(5, 0, RGB(9, 9, 9));
+  EXPECT_EQ(window.GetPixel(2, 2), RGB(0, 0, 0));
+  EXPECT_EQ(window.GetPixel(5, 0), RGB(9, 9, 9));
+  EXPECT_EQ(window.GetPixel(6, 0), CLR_INVALID);
+  EXPECT_EQ(window.TakeDirtyRect(), CRect(1, 0, 6, 3));
+  EXPECT_FALSE(DeleteDC(dc->GetSafeHdc()));  // the DC belongs to the surface
+
+  // Resizing keeps the DC and its state.
+  dc->SetROP2(R2_NOT);
+  const HDC hdc = dc->GetSafeHdc();
+  ASSERT_TRUE(window.Create(3, 3));
+  EXPECT_EQ(window.GetSafeHdc(), hdc);
+  EXPECT_EQ(dc->GetROP2(), R2_NOT);
+  EXPECT_FALSE(dc->PatBlt(0, 0, 9, 9, SRCCOPY));
+  EXPECT_TRUE(dc->PatBlt(0, 0, 9, 9, DSTINVERT));
+  EXPECT_EQ(window.GetPixel(2, 2), RGB(0, 0, 0));
+}
+
+}  // namespace
