@@ -9,6 +9,9 @@
 //   picture.cpp          buffer: construction, creation, clearing, fills, copying, accessors
 //   picture_files.cpp    bitmap and JPEG files
 //   picture_preview.cpp  reduced loading of bitmap files
+//   compositing.cpp      copies and blends into another picture, drawing on device contexts
+//   rotation.cpp         rotated drawing, Rotate and Mirror
+//   imageops/            colour transforms, soften and sharpen, gray balance, light beam
 //
 // Every operation that reports success returns 1 on success and 0 on failure; texts the user must
 // see go to ThrowErrorMessage and nothing throws out of the class.
@@ -31,6 +34,10 @@
 #include <atomic>
 
 class CWnd;
+class CDC;
+class CMask;
+struct HBITMAP__;
+using HBITMAP = HBITMAP__*;
 
 class VARDELL_API CPicture {
  public:
@@ -106,6 +113,71 @@ class VARDELL_API CPicture {
   static CSize GetPictureSize(const CString& path);
 
   BOOL IsLoading() const noexcept { return m_bLoading.load(); }
+
+  // ---- Compositing (compositing.cpp) ----
+  // Picture-to-picture operations are called on the source and name the target first.
+
+  int Draw(CPicture& target, CRect dstRect, CPoint srcPoint);
+  int Draw(CPicture& target, CRect dstRect, CRect srcRect);
+  int DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, BYTE level, int bBlend);
+  int DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, CMask& mask, CRect maskRect,
+                      BYTE level, int bAdd, int bInvertMask, CRect clipRect);
+  int DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect, BYTE level, int bBlend);
+  int DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect, CMask& mask,
+                         CRect maskRect, BYTE level, int bAdd, int bInvertMask, CRect clipRect);
+  int Draw(CDC* dc, int x, int y, DWORD rop);
+  int Draw(CDC* dc, int x, int y, int width, int height, DWORD rop);
+  int Draw(CDC* dc, CRect dstRect, CRect srcRect, DWORD rop);
+  int Draw(CDC* dc, CRect dstRect, DWORD rop);
+  int Print(CDC* dc, CRect dstRect, DWORD rop);
+  HBITMAP CreateDDB(CDC* dc, CSize size, int bStretch);
+
+  // ---- Rotation (rotation.cpp) ----
+
+  int DrawRotate(CPicture& target, CRect dstRect, double angle, CRect srcRect, double angle2);
+  int DrawRotate(CPicture& target, CRect dstRect, double angle, CRect srcRect, double angle2,
+                 CMask& mask, CRect maskRect, BYTE level, int bAdd, int bInvertMask,
+                 CRect clipRect);
+  int DrawRotate(CPicture& target, CRect dstRect, double angle, CMask& mask, CRect maskRect,
+                 CRect srcRect, double angle2, BYTE level, int bAdd, int bInvertMask,
+                 CRect clipRect);
+  int DrawRotate(CPicture& target, CRect dstRect, double angle, CMask& mask, CRect maskRect,
+                 CRect srcRect, double angle2, CMask& mask2, CRect mask2Rect, BYTE level, int bAdd,
+                 int bInvertMask, int flag, CRect clipRect);
+  int Rotate(int angle, COLORREF background);
+  int Mirror();
+
+  // ---- Colour transforms (imageops/) ----
+
+  int Transform(BYTE* red, BYTE* green, BYTE* blue);
+  int Brightness(int offset);
+  int Contrast(int contrast);
+  int Saturate(int saturation);
+  int Hue(int hue);
+  int HueSaturate(int hue, int saturation);
+  int AdjustColors(int red, int green, int blue);
+  int ColorAdjust(int brightness, int contrast, int hue, int saturation, int red, int green,
+                  int blue);
+  int ConvertToGray();
+  int ConvertToGray(CMask* mask);
+  COLORREF GetAverageColor(CRect rect);
+  static void GetColorDifference(COLORREF from, COLORREF to, int& hue, int& saturation, int& value);
+  CMask* CreateMask(COLORREF color, int invert);
+  CMask* CreateMask(COLORREF color, int tolerance, BYTE other, BYTE match);
+
+  // ---- Softening and sharpening (imageops/) ----
+
+  int Soften(int radius);
+  int SoftenMMX(int radius);
+  int Sharpen(int strength);
+
+  // ---- Gray balance and light beam (imageops/) ----
+
+  int GrayBalance(int inLowR, int inHighR, double gammaR, int inLowG, int inHighG, double gammaG,
+                  int inLowB, int inHighB, double gammaB, int outLowR, int outHighR, int outLowG,
+                  int outHighG, int outLowB, int outHighB);
+  int DrawLight(CPoint from, CPoint to, int length, int height, COLORREF color, int intensity,
+                int angle);
 
  private:
   // ---- Reduced loading (picture_preview.cpp) ----
