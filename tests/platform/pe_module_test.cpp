@@ -72,11 +72,14 @@ std::string Data(HMODULE m, LPCSTR name, LPCSTR type) {
 TEST(PeModule, ListsAndFindsResourcesInBothFormats) {
   for (bool pe32plus : {false, true}) {
     SCOPED_TRACE(pe32plus ? "PE32+" : "PE32");
-    Module m = Load(WritePe(kResources, pe32plus).bytes);
+    std::vector<PeResource> resources = kResources;
+    resources.push_back({"PIMI", "\u6EE4\u955C", Bytes("gbk")});  // UTF-16 in the file, GBK here
+    Module m = Load(WritePe(resources, pe32plus).bytes);
     ASSERT_TRUE(m);
     // Text names first, then integers ascending: the directory's order.
     EXPECT_EQ(ListResources(m.get()),
-              "PIMI\t#16000\t4\nPIPL\tALPHA\t6\nPIPL\tZED\t3\nPIPL\t#2\t0\nPIPL\t#16000\t5\n"
+              "PIMI\t\xC2\xCB\xBE\xB5\t3\nPIMI\t#16000\t4\nPIPL\tALPHA\t6\nPIPL\tZED\t3\n"
+              "PIPL\t#2\t0\nPIPL\t#16000\t5\n"
               "#10\t#1\t6\n");
     EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(16000), "PIPL"), "first");
     EXPECT_EQ(Data(m.get(), "#16000", "pipl"), "first");
@@ -84,6 +87,7 @@ TEST(PeModule, ListsAndFindsResourcesInBothFormats) {
     EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(1), RT_RCDATA), "rcdata");
     EXPECT_EQ(Data(m.get(), "#1", "#10"), "rcdata");
     EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(2), "PIPL"), "");
+    EXPECT_EQ(Data(m.get(), "\xC2\xCB\xBE\xB5", "PIMI"), "gbk");
     EXPECT_EQ(Data(m.get(), "#99999", "PIPL"), "<none>");
     EXPECT_EQ(GetLastError(), ERROR_RESOURCE_NAME_NOT_FOUND);
     EXPECT_EQ(Data(m.get(), "16000", "PIPL"), "<none>");  // text, not a number

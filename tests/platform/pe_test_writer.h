@@ -12,7 +12,8 @@
 namespace vardell::test {
 
 struct PeResource {
-  std::string type;  // "#10" names the integer 10; anything else is a text name, stored as given
+  std::string
+      type;  // "#10" names the integer 10; anything else is a text name (UTF-8), stored as given
   std::string name;
   std::vector<std::uint8_t> data;
 };
@@ -78,10 +79,23 @@ inline PeFile WritePe(const std::vector<PeResource>& resources, bool pe32plus = 
     }
   }
   for (const auto& [at, text] : names) {
+    std::vector<std::uint16_t> units;  // from UTF-8, one to three bytes a character
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const unsigned c = static_cast<unsigned char>(text[i]);
+      if (c < 0x80) {
+        units.push_back(c);
+      } else if (c < 0xE0) {
+        units.push_back(((c & 0x1F) << 6) | (text[i + 1] & 0x3F));
+        i += 1;
+      } else {
+        units.push_back(((c & 0x0F) << 12) | ((text[i + 1] & 0x3F) << 6) | (text[i + 2] & 0x3F));
+        i += 2;
+      }
+    }
     put(at, 0x80000000u | next, 4);
-    put(next, text.size(), 2);
-    for (std::size_t i = 0; i < text.size(); ++i) put(next + 2 + 2 * i, text[i], 2);
-    next += 2 + 2 * text.size();
+    put(next, units.size(), 2);
+    for (std::size_t i = 0; i < units.size(); ++i) put(next + 2 + 2 * i, units[i], 2);
+    next += 2 + 2 * units.size();
   }
   for (const auto& [at, r] : datas) {
     next = (next + 7) & ~std::size_t{7};
