@@ -16,7 +16,8 @@
 // - CObArray and CPtrArray hold pointers they do not own.
 // - Not thread-safe: guard a shared array with a lock, as in MFC.
 //
-// Serialize (the MFC 4.2 format) is added to the serialisable arrays together with CArchive.
+// Serialize stores and loads MFC 4.2's layout (platform/archive.h); CPtrArray keeps CObject's,
+// which writes nothing.
 #pragma once
 
 #include "platform/cstring.h"
@@ -93,18 +94,21 @@ class VARDELL_API CByteArray : public vardell::detail::TypedArray<CByteArray, BY
   DECLARE_SERIAL(CByteArray)
  public:
   CByteArray() = default;
+  void Serialize(CArchive& ar) override;
 };
 
 class VARDELL_API CWordArray : public vardell::detail::TypedArray<CWordArray, WORD> {
   DECLARE_SERIAL(CWordArray)
  public:
   CWordArray() = default;
+  void Serialize(CArchive& ar) override;
 };
 
 class VARDELL_API CDWordArray : public vardell::detail::TypedArray<CDWordArray, DWORD> {
   DECLARE_SERIAL(CDWordArray)
  public:
   CDWordArray() = default;
+  void Serialize(CArchive& ar) override;
 };
 
 // Not serialisable, as in MFC.
@@ -125,12 +129,14 @@ class VARDELL_API CStringArray : public vardell::detail::TypedArray<CStringArray
   DECLARE_SERIAL(CStringArray)
  public:
   CStringArray() = default;
+  void Serialize(CArchive& ar) override;
 };
 
 class VARDELL_API CObArray : public vardell::detail::TypedArray<CObArray, CObject*> {
   DECLARE_SERIAL(CObArray)
  public:
   CObArray() = default;
+  void Serialize(CArchive& ar) override;
 };
 
 namespace vardell::detail {

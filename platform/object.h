@@ -72,14 +72,19 @@ class VARDELL_API CObject {
 
 #define RUNTIME_CLASS(class_name) (&class_name::class##class_name)
 
-// The typed extraction `ar >> pObject` that MFC's serialisable classes get. It needs CArchive, so
-// these two expand to nothing until the archive exists; then they are defined here, and nowhere
-// else changes: the first as `friend CArchive& operator>>(CArchive& ar, class_name*& pOb);`, the
-// second as its definition, reading through a plain function declared in this header (taking the
-// still incomplete CArchive& and RUNTIME_CLASS(class_name)) and defined with the archive, so that
-// files using IMPLEMENT_SERIAL need not include the archive's header.
-#define VARDELL_DECLARE_SERIAL_EXTRACTION(class_name)
-#define VARDELL_IMPLEMENT_SERIAL_EXTRACTION(class_name)
+namespace vardell::detail {
+// ReadObject of that class; defined with CArchive.
+VARDELL_API CObject* ReadSerialObject(CArchive& ar, const CRuntimeClass* pClass);
+}  // namespace vardell::detail
+
+// The typed extraction `ar >> pObject` that serialisable classes get: ReadObject of the class,
+// so an object of another class throws CArchiveException::badClass.
+#define VARDELL_DECLARE_SERIAL_EXTRACTION(class_name)                      \
+  friend CArchive& operator>>(CArchive& ar, class_name*& pOb) {            \
+    pOb = static_cast<class_name*>(                                        \
+        vardell::detail::ReadSerialObject(ar, RUNTIME_CLASS(class_name))); \
+    return ar;                                                             \
+  }
 
 #define DECLARE_DYNAMIC(class_name)       \
  public:                                  \
@@ -111,6 +116,4 @@ class VARDELL_API CObject {
 #define IMPLEMENT_SERIAL(class_name, base_class_name, wSchema)                                   \
   CObject* class_name::CreateObject() { return new class_name; }                                 \
   VARDELL_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, wSchema, class_name::CreateObject) \
-  static const vardell::detail::ClassInit vardellClassInit_##class_name(                         \
-      RUNTIME_CLASS(class_name));                                                                \
-  VARDELL_IMPLEMENT_SERIAL_EXTRACTION(class_name)
+  static const vardell::detail::ClassInit vardellClassInit_##class_name(RUNTIME_CLASS(class_name));

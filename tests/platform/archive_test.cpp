@@ -1,0 +1,521 @@
+// CArchive in MFC 4.2's format: layouts worked by hand, round trips, loading failures with their
+// causes, archives cut at every byte and a seeded corpus through the fuzz target, with no object
+// left behind.
+#include "platform/archive.h"
+#include "platform/collections.h"
+#include "support/test_support.h"
+
+#include "fuzz/archive_fuzzer.cpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <tuple>
+#include <type_traits>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using vardell::fuzz::MemoryFile;
+
+int g_live = 0;  // test objects alive, so that leaks show in every build
+
+template <class... T>
+void Exchange(CArchive& ar, T&... values) {
+  if (ar.IsStoring())
+    (ar << ... << values);
+  else
+    (ar >> ... >> values);
+}
+
+class CArcLeaf : public CObject {
+  DECLARE_SERIAL(CArcLeaf)
+ public:
+  CArcLeaf() { ++g_live; }
+  explicit CArcLeaf(DWORD value) : CArcLeaf() { m_value = value; }
+  ~CArcLeaf() override { --g_live; }
+  void Serialize(CArchive& ar) override { Exchange(ar, m_value); }
+  DWORD m_value = 0;
+};
+
+class CArcOther : public CArcLeaf {
+  DECLARE_SERIAL(CArcOther)
+};
+
+class CArcVersioned : public CArcLeaf {
+  DECLARE_SERIAL(CArcVersioned)
+ public:
+  void Serialize(CArchive& ar) override {
+    if (ar.IsLoading()) {
+      m_schema = ar.GetObjectSchema();
+      m_again = ar.GetObjectSchema();
+    }
+  }
+  UINT m_schema = 0, m_again = 0;
+};
+
+// Owns its children; the link refers to an object owned elsewhere and stored before it.
+class CArcNode : public CObject {
+  DECLARE_SERIAL(CArcNode)
+ public:
+  CArcNode() { ++g_live; }
+  ~CArcNode() override {
+    for (int i = 0; i < m_children.GetSize(); ++i) delete m_children[i];
+    --g_live;
+  }
+  void Serialize(CArchive& ar) override {
+    m_values.Serialize(ar);
+    m_children.Serialize(ar);
+    Exchange(ar, m_name, m_link);
+  }
+  CString m_name;
+  CObject* m_link = nullptr;
+  CDWordArray m_values;
+  CObArray m_children;
+};
+
+IMPLEMENT_SERIAL(CArcLeaf, CObject, 1)
+IMPLEMENT_SERIAL(CArcOther, CArcLeaf, 2)
+IMPLEMENT_SERIAL(CArcVersioned, CArcLeaf, 3 | VERSIONABLE_SCHEMA)
+IMPLEMENT_SERIAL(CArcNode, CObject, 1)
+
+Bytes Store(const std::function<void(CArchive&)>& write, int bufSize = 4096) {
+  MemoryFile file;
+  CArchive ar(&file, CArchive::store, bufSize);
+  write(ar);
+  ar.Close();
+  return file.bytes();
+}
+
+void Load(const Bytes& bytes, const std::function<void(CArchive&)>& read, int bufSize = 4096,
+          bool lengthUnknown = false) {
+  MemoryFile file(bytes, lengthUnknown);
+  CArchive ar(&file, CArchive::load, bufSize);
+  read(ar);
+}
+
+constexpr int kNotSupported = 100;
+
+// The cause of the CArchiveException that f throws, kNotSupported for a CNotSupportedException,
+// or -1 when it throws none.
+int Cause(const std::function<void()>& f) {
+  try {
+    f();
+  } catch (CArchiveException* e) {
+    const int cause = e->m_cause;
+    e->Delete();
+    return cause;
+  } catch (CNotSupportedException* e) {
+    e->Delete();
+    return kNotSupported;
+  }
+  return -1;
+}
+
+int CauseOf(const Bytes& bytes, const std::function<void(CArchive&)>& read, int bufSize = 4096,
+            bool lengthUnknown = false) {
+  return Cause([&] { Load(bytes, read, bufSize, lengthUnknown); });
+}
+
+Bytes B(std::initializer_list<int> values) { return Bytes(values.begin(), values.end()); }
+Bytes operator+(Bytes a, const Bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+Bytes NewClass(int schema, const std::string& name) {
+  return B({0xFF, 0xFF, schema & 0xFF, schema >> 8, int(name.size()), 0}) +
+         Bytes(name.begin(), name.end());
+}
+
+// The string the bytes hold, "cause N" for an archive exception, "+" after it for bytes left.
+std::string ReadText(const Bytes& bytes, bool lengthUnknown = false) {
+  std::string text;
+  const int cause = CauseOf(
+      bytes,
+      [&](CArchive& ar) {
+        CString s;
+        BYTE left;
+        ar >> s;
+        text = s.str() + (ar.Read(&left, 1) ? "+" : "");
+      },
+      4096, lengthUnknown);
+  return cause == -1 ? text : "cause " + std::to_string(cause);
+}
+
+void ReadAny(CArchive& ar) { delete ar.ReadObject(nullptr); }
+
+TEST(Archive, PrimitivesAtPlatformWidthsAndDirections) {
+  const auto values =
+      std::make_tuple(BYTE(0x12), WORD(0x3456), LONG(-2), DWORD(0x89ABCDEF), short(-3), 'z', 1.5f,
+                      -0.25, CPoint(1, -1), CSize(2, 3), CRect(4, 5, 6, 7));
+  auto copy = values;
+  const Bytes bytes =
+      Store([&](CArchive& ar) { std::apply([&](auto&... v) { Exchange(ar, v...); }, copy); });
+  EXPECT_EQ(bytes, B({0x12, 0x56, 0x34, 0xFE, 0xFF, 0xFF, 0xFF, 0xEF, 0xCD, 0xAB, 0x89, 0xFD,
+                      0xFF, 0x7A, 0,    0,    0xC0, 0x3F, 0,    0,    0,    0,    0,    0,
+                      0xD0, 0xBF, 1,    0,    0,    0,    0xFF, 0xFF, 0xFF, 0xFF, 2,    0,
+                      0,    0,    3,    0,    0,    0,    4,    0,    0,    0,    5,    0,
+                      0,    0,    6,    0,    0,    0,    7,    0,    0,    0}));
+  Load(bytes, [&](CArchive& ar) {
+    std::remove_const_t<decltype(values)> back{};
+    std::apply([&](auto&... v) { Exchange(ar, v...); }, back);
+    EXPECT_TRUE(back == values);
+    BYTE by;
+    EXPECT_EQ(ar.Read(&by, 1), 0u);  // short at the end, without throwing
+  });
+  DWORD dw;
+  EXPECT_EQ(CauseOf(B({1, 2, 3}), [&](CArchive& ar) { ar >> dw; }), CArchiveException::endOfFile);
+  EXPECT_EQ(CauseOf(B({1}), [](CArchive& ar) { ar << BYTE(1); }), CArchiveException::readOnly);
+  MemoryFile file;
+  CArchive ar(&file, CArchive::store);
+  BYTE by = 0;
+  EXPECT_EQ(Cause([&] { ar >> by; }), CArchiveException::writeOnly);
+  ar.Close();
+  EXPECT_EQ(Cause([&] { ar << by; }), CArchiveException::genericException);
+}
+
+TEST(Archive, BuffersUntilFlushAndGivesBackReadAhead) {
+  MemoryFile out;
+  {
+    CArchive ar(&out, CArchive::store);
+    ar << DWORD(1) << DWORD(2);
+    EXPECT_EQ(out.bytes().size(), 0u);
+    ar.Flush();
+    EXPECT_EQ(out.bytes().size(), 8u);
+    ar << WORD(3);
+  }  // the destructor flushes
+  EXPECT_EQ(out.bytes().size(), 10u);
+  MemoryFile in(out.bytes());
+  {
+    CArchive ar(&in, CArchive::load);
+    DWORD dw;
+    ar >> dw;
+  }
+  EXPECT_EQ(in.GetPosition(), 4u);
+
+  // Raw blocks larger than the buffer; a caller's buffer below 128 bytes is never used.
+  Bytes block(1000);
+  for (std::size_t i = 0; i < block.size(); ++i) block[i] = BYTE(i * 7);
+  BYTE tiny[16];
+  const Bytes bytes = Store([&](CArchive& ar) {
+    CArchive small(ar.GetFile(), CArchive::store, sizeof tiny, tiny);
+    small << BYTE(0xAA);
+    small.Write(block.data(), 1000);
+  });
+  ASSERT_EQ(bytes, B({0xAA}) + block);
+  Load(
+      bytes,
+      [&](CArchive& ar) {
+        Bytes back(1201);
+        EXPECT_EQ(ar.Read(back.data(), 1201), 1001u);
+        EXPECT_EQ(Bytes(back.begin() + 1, back.begin() + 1001), block);
+      },
+      128);
+}
+
+TEST(Archive, CountsAndStrings) {
+  const std::pair<DWORD, Bytes> counts[] = {{0, B({0, 0})},
+                                            {0xFFFE, B({0xFE, 0xFF})},
+                                            {0xFFFF, B({0xFF, 0xFF, 0xFF, 0xFF, 0, 0})},
+                                            {0x12345, B({0xFF, 0xFF, 0x45, 0x23, 1, 0})}};
+  for (const auto& [count, bytes] : counts) {
+    EXPECT_EQ(Store([&](CArchive& ar) { ar.WriteCount(count); }), bytes) << count;
+    Load(bytes, [&](CArchive& ar) { EXPECT_EQ(ar.ReadCount(), count); });
+  }
+  const std::pair<int, Bytes> strings[] = {{0, B({0})},
+                                           {1, B({1})},
+                                           {254, B({0xFE})},
+                                           {255, B({0xFF, 0xFF, 0})},
+                                           {0xFFFD, B({0xFF, 0xFD, 0xFF})},
+                                           {0xFFFE, B({0xFF, 0xFF, 0xFF, 0xFE, 0xFF, 0, 0})},
+                                           {0xFFFF, B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0})},
+                                           {70000, B({0xFF, 0xFF, 0xFF, 0x70, 0x11, 1, 0})}};
+  for (const auto& [length, prefix] : strings) {
+    const CString text('x', length);
+    const Bytes bytes = Store([&](CArchive& ar) { ar << text; });
+    EXPECT_EQ(bytes, prefix + Bytes(length, 'x')) << length;
+    EXPECT_EQ(ReadText(bytes), text.str());
+    EXPECT_EQ(ReadText(bytes, true), text.str());  // over a file that cannot tell its length
+  }
+  EXPECT_EQ(Store([](CArchive& ar) { ar << CString("\xD6\xD0\xCE\xC4"); }),  // GBK counts bytes
+            B({4, 0xD6, 0xD0, 0xCE, 0xC4}));
+  // Strings of Unicode builds are converted.
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 2, 0x61, 0, 0x62, 0})), "ab");
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 1, 0x2D, 0x4E})), "\xD6\xD0");  // U+4E2D in GBK
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 3, 0x61, 0, 0x00, 0xD8, 0x62, 0})), "a?b");
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 3, 0x61, 0, 0, 0, 0x62, 0})), "a");  // ends at a zero
+  // A DWORD length of 0xFFFFFFFF is taken for the Unicode marker, as the platform does.
+  EXPECT_EQ(ReadText(B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 1, 0x61, 0})), "a");
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 0xFF, 0xFE, 0xFF, 1, 0x61, 0})), "cause 3");
+  EXPECT_EQ(ReadText(B({3, 0x61, 0x62})), "cause 3");
+  EXPECT_EQ(ReadText(B({0xFF, 0xFE, 0xFF, 2, 0x61, 0, 0x62})), "cause 3");
+  // Two gigabytes announced, three bytes there: refused before anything is allocated.
+  const Bytes huge = B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 1, 2, 3});
+  EXPECT_EQ(ReadText(huge), "cause 3");
+  EXPECT_EQ(ReadText(huge, true), "cause 3");
+}
+
+TEST(Archive, ObjectsShareOneIndexSpace) {
+  CArcLeaf a(0x11223344), b(0x55667788);
+  CArcOther c, d;
+  c.m_value = 0xAABBCCDD;
+  const Bytes bytes = Store([&](CArchive& ar) {
+    ar << &a << &b << &a << static_cast<CObject*>(nullptr) << &c << &c << &d;
+  });
+  EXPECT_EQ(bytes, NewClass(1, "CArcLeaf") + B({0x44, 0x33, 0x22, 0x11}) +       // class 1, a 2
+                       B({0x01, 0x80, 0x88, 0x77, 0x66, 0x55, 0x02, 0, 0, 0}) +  // b 3, a, null
+                       NewClass(2, "CArcOther") + B({0xDD, 0xCC, 0xBB, 0xAA}) +  // class 4, c 5
+                       B({0x05, 0x00, 0x04, 0x80, 0, 0, 0, 0}));                 // c, d 6
+  Load(bytes, [](CArchive& ar) {
+    CObject* got[7];
+    for (CObject*& p : got) p = ar.ReadObject(nullptr);
+    EXPECT_TRUE(got[2] == got[0] && got[3] == nullptr && got[5] == got[4]);
+    EXPECT_TRUE(got[4]->IsKindOf(RUNTIME_CLASS(CArcOther)));
+    EXPECT_EQ(static_cast<CArcLeaf*>(got[1])->m_value, 0x55667788u);
+    EXPECT_EQ(static_cast<CArcLeaf*>(got[4])->m_value, 0xAABBCCDDu);
+    for (int i : {0, 1, 4, 6}) delete got[i];
+  });
+  EXPECT_EQ(g_live, 4);
+  // What an object writes itself is numbered after it: node 2, leaf class 3, leaf 4.
+  CArcNode node;
+  auto* child = new CArcLeaf(9);
+  node.m_children.Add(child);
+  const Bytes nested = Store([&](CArchive& ar) { ar << &node << child; });
+  EXPECT_EQ(Bytes(nested.end() - 2, nested.end()), B({0x04, 0x00}));
+}
+
+TEST(Archive, SchemasAndVersionableClasses) {
+  CArcVersioned v1, v2;
+  const Bytes stored = Store([&](CArchive& ar) { ar << &v1 << &v2; });
+  EXPECT_EQ(stored, NewClass(3, "CArcVersioned") + B({0x01, 0x80}));  // the flag is not stored
+  for (int schema : {3, 1}) {
+    Bytes bytes = stored;
+    bytes[2] = BYTE(schema);
+    Load(bytes, [&](CArchive& ar) {
+      for (int i = 0; i < 2; ++i) {
+        CArcVersioned* v = nullptr;
+        ar >> v;
+        EXPECT_TRUE(v->m_schema == UINT(schema) && v->m_again == UINT(-1)) << schema;
+        delete v;
+      }
+    });
+  }
+  CArcLeaf leaf(1);
+  Bytes other = Store([&](CArchive& ar) { ar << &leaf; });
+  other[2] = 2;
+  EXPECT_EQ(CauseOf(other, ReadAny), CArchiveException::badSchema);
+  EXPECT_EQ(g_live, 3);
+}
+
+TEST(Archive, LoadingErrorsHaveThePlatformsCauses) {
+  const Bytes leaf = NewClass(1, "CArcLeaf") + B({0x44, 0x33, 0x22, 0x11});
+  const std::pair<Bytes, int> cases[] = {
+      {NewClass(1, "CArcLeaX") + B({1, 0, 0, 0}), CArchiveException::badClass},
+      {NewClass(1, "CArc"), CArchiveException::badClass},  // name cut short
+      {NewClass(1, std::string(64, 'C')), CArchiveException::badClass},
+      {B({0x00, 0x80}), CArchiveException::badIndex},
+      {B({0x01, 0x80}), CArchiveException::badIndex},
+      {B({0x03, 0x00}), CArchiveException::badIndex},
+      {B({0xFF, 0x7F, 0x01, 0x00, 0x00, 0x80}), CArchiveException::badIndex},
+      {leaf + B({0x02, 0x80}), CArchiveException::badIndex},  // an object where a class goes
+      {leaf + B({0x01, 0x00}), CArchiveException::badIndex},  // a class where an object goes
+      {Bytes(leaf.begin(), leaf.end() - 2), CArchiveException::endOfFile},
+      {B({0xFF, 0xFF, 1}), CArchiveException::endOfFile},
+      {leaf + leaf, -1}};
+  for (const auto& [bytes, cause] : cases) {
+    EXPECT_EQ(CauseOf(bytes,
+                      [](CArchive& ar) {
+                        ReadAny(ar);
+                        ReadAny(ar);
+                      }),
+              cause)
+        << testing::PrintToString(bytes);
+  }
+  // Typed reads refuse a new object of another class before creating it, and a reference too.
+  EXPECT_EQ(CauseOf(leaf, [](CArchive& ar) { ar.ReadObject(RUNTIME_CLASS(CArcOther)); }),
+            CArchiveException::badClass);
+  EXPECT_EQ(CauseOf(leaf + B({0x02, 0x00}),
+                    [](CArchive& ar) {
+                      std::unique_ptr<CObject> first(ar.ReadObject(RUNTIME_CLASS(CArcLeaf)));
+                      ar.ReadObject(RUNTIME_CLASS(CArcVersioned));
+                    }),
+            CArchiveException::badClass);
+  EXPECT_EQ(CauseOf(B({2, 0}), [](CArchive& ar) { ar.SerializeClass(RUNTIME_CLASS(CArcLeaf)); }),
+            CArchiveException::badIndex);
+  EXPECT_EQ(g_live, 0);
+
+  // A class that is not serialisable is refused both ways, and nothing is written for it.
+  CPtrArray pointers;
+  MemoryFile file;
+  {
+    CArchive ar(&file, CArchive::store);
+    EXPECT_EQ(Cause([&] { ar << &pointers; }), kNotSupported);
+  }
+  EXPECT_TRUE(file.bytes().empty());
+  EXPECT_EQ(CauseOf(leaf, [](CArchive& ar) { ar.ReadObject(RUNTIME_CLASS(CPtrArray)); }),
+            kNotSupported);
+}
+
+TEST(Archive, BigTagsFromIndex0x7FFF) {
+  // Indices 1 to 0x7FFE are taken, so the class gets 0x7FFF and its first object 0x8000.
+  std::vector<CArcLeaf> fillers(0x7FFE);
+  CArcLeaf a(1), b(2);
+  const Bytes bytes = Store([&](CArchive& ar) {
+    for (const CArcLeaf& f : fillers) ar.MapObject(&f);
+    ar << &a << &b << &a;
+  });
+  EXPECT_EQ(bytes, NewClass(1, "CArcLeaf") + B({1, 0, 0, 0}) +                // class, a
+                       B({0xFF, 0x7F, 0xFF, 0x7F, 0x00, 0x80, 2, 0, 0, 0}) +  // class ref, b
+                       B({0xFF, 0x7F, 0x00, 0x80, 0x00, 0x00}));              // a again
+  Load(bytes, [&](CArchive& ar) {
+    for (const CArcLeaf& f : fillers) ar.MapObject(&f);
+    CArcLeaf *a2 = nullptr, *b2 = nullptr, *a3 = nullptr;
+    ar >> a2 >> b2 >> a3;
+    EXPECT_TRUE(a3 == a2 && b2->m_value == 2);
+    delete a2;
+    delete b2;
+  });
+}
+
+// Every serialisable array directly, a CObArray and a CByteArray also as objects.
+struct AllArrays {
+  CByteArray bytes;
+  CWordArray words;
+  CDWordArray dwords;
+  CStringArray strings;
+  CPtrArray pointers;
+  CObArray objects;
+  CObArray* objectsAgain = &objects;
+  CByteArray* bytesAgain = &bytes;
+  void Serialize(CArchive& ar) {
+    for (CObject* array :
+         std::initializer_list<CObject*>{&bytes, &words, &dwords, &strings, &pointers, &objects})
+      array->Serialize(ar);  // CPtrArray writes nothing
+    Exchange(ar, objectsAgain, bytesAgain);
+  }
+};
+
+TEST(Archive, CollectionsInThePlatformsLayout) {
+  CArcLeaf a(0xA), b(0xB);
+  AllArrays arrays;
+  for (BYTE v : {1, 2, 3}) arrays.bytes.Add(v);
+  arrays.words.Add(0x1234);
+  arrays.words.Add(0xFFFF);
+  arrays.dwords.Add(0x11223344);
+  for (const CString& s : {CString("a"), CString(), CString('y', 255)}) arrays.strings.Add(s);
+  arrays.pointers.Add(&a);
+  for (CObject* p : {(CObject*)&a, (CObject*)&b, (CObject*)&a, (CObject*)nullptr})
+    arrays.objects.Add(p);
+  const Bytes stored = Store([&](CArchive& ar) { arrays.Serialize(ar); });
+  EXPECT_EQ(stored, B({3,    0,    1,    2,    3, 2, 0, 0x34, 0x12, 0xFF, 0xFF, 1, 0,
+                       0x44, 0x33, 0x22, 0x11, 3, 0, 1, 0x61, 0,    0xFF, 0xFF, 0}) +
+                        Bytes(255, 'y') + B({4, 0}) + NewClass(1, "CArcLeaf") +
+                        B({0xA, 0, 0, 0, 0x01, 0x80, 0xB, 0, 0, 0, 2, 0, 0, 0}) +
+                        NewClass(0, "CObArray") + B({4, 0, 2, 0, 3, 0, 2, 0, 0, 0}) +
+                        NewClass(0, "CByteArray") + B({3, 0, 1, 2, 3}));
+  // Loaded back, they store the same bytes: values, and the identity of shared elements.
+  Load(stored, [&](CArchive& ar) {
+    AllArrays back;
+    back.Serialize(ar);
+    EXPECT_EQ(Store([&](CArchive& again) { back.Serialize(again); }), stored);
+    EXPECT_TRUE(back.objectsAgain != &back.objects && back.objects.GetSize() == 4);
+    delete back.objects[0];
+    delete back.objects[1];
+    delete back.objectsAgain;
+    delete back.bytesAgain;
+  });
+  EXPECT_EQ(g_live, 2);
+  // Short data throws (MFC 4.2 zero-filled), and a huge count is refused before allocating.
+  EXPECT_EQ(CauseOf(B({3, 0, 1, 0, 0, 0, 2, 0}), [](CArchive& ar) { CDWordArray().Serialize(ar); }),
+            CArchiveException::endOfFile);
+  EXPECT_EQ(CauseOf(B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0, 0}),
+                    [](CArchive& ar) { CObArray().Serialize(ar); }),
+            CArchiveException::endOfFile);
+}
+
+// A graph with a shared child and a cycle, strings and arrays: read whole it keeps identity; cut
+// at every byte it fails with an archive exception and leaves no object alive.
+TEST(Archive, GraphRoundTripAndEveryCutFailsCleanly) {
+  Bytes whole;
+  {
+    CArcNode root, *inner = new CArcNode;
+    auto* leaf = new CArcLeaf(7);
+    root.m_name = "root";
+    root.m_values.Add(1);
+    inner->m_name = "\xD6\xD0\xCE\xC4";
+    inner->m_link = &root;
+    inner->m_children.Add(new CArcLeaf(8));
+    inner->m_children.Add(new CArcVersioned);
+    root.m_link = leaf;
+    for (CObject* child : {static_cast<CObject*>(leaf), static_cast<CObject*>(inner),
+                           static_cast<CObject*>(new CArcOther)})
+      root.m_children.Add(child);
+    whole = Store([&](CArchive& ar) {
+      ar << &root << CString('y', 300);
+      ar << WORD(0xBEEF);
+    });
+  }
+  auto read = [](CArchive& ar) {
+    CArcNode* root = nullptr;
+    ar >> root;
+    std::unique_ptr<CArcNode> owner(root);
+    CString tail;
+    WORD last;
+    ar >> tail >> last;
+    auto* inner = static_cast<CArcNode*>(root->m_children[1]);
+    EXPECT_TRUE(root->m_link == root->m_children[0] && inner->m_link == root);
+    EXPECT_TRUE(inner->m_name == "\xD6\xD0\xCE\xC4" && root->m_values[0] == 1 && last == 0xBEEF);
+  };
+  EXPECT_EQ(CauseOf(whole, read), -1);
+  EXPECT_EQ(g_live, 0);
+  for (std::size_t cut = 0; cut < whole.size(); ++cut) {
+    const int cause = CauseOf(Bytes(whole.begin(), whole.begin() + cut), read, 128 + cut % 3);
+    EXPECT_TRUE(cause == CArchiveException::endOfFile || cause == CArchiveException::badClass)
+        << "cut at " << cut << ": " << cause;
+    ASSERT_EQ(g_live, 0) << "cut at " << cut;
+  }
+}
+
+// The fuzz target over seeded mutations of documents it reads whole.
+TEST(Archive, FuzzTargetOverSeededCorpus) {
+  using vardell::fuzz::CFuzzLeaf;
+  using vardell::fuzz::CFuzzNode;
+  auto seed = [](int kind) {
+    CFuzzNode first;
+    CFuzzLeaf second;
+    first.m_name = kind == 1 ? CString('n', 300) : CString("first");
+    first.m_bytes.Add(BYTE(kind));
+    first.m_words.Add(0x7FFF);
+    first.m_dwords.Add(0xFFFFFFFF);
+    first.m_strings.Add("s");
+    second.m_extra = 0x8000;
+    second.m_links = {&first, &second};
+    first.m_links = {kind == 2 ? nullptr : &second};
+    return Store([&](CArchive& ar) {
+      for (CFuzzNode* n : {&first, static_cast<CFuzzNode*>(&second), &first}) {
+        ar << n << CString("between");
+        ar.WriteCount(0x10000);
+      }
+    });
+  };
+  const Bytes seeds[] = {seed(0), seed(1), seed(2)};
+  for (const Bytes& s : seeds) EXPECT_EQ(vardell::fuzz::LoadFuzzInput(s.data(), s.size()), 3);
+  vardell::test::Rng rng(20240917);
+  int whole = 0, failed = 0;
+  for (int round = 0; round < 600; ++round) {
+    Bytes f = seeds[rng.Range(0, 2)];
+    for (int k = rng.Range(1, 3); k > 0; --k) f[rng.Range(0, int(f.size()) - 1)] = rng.Byte();
+    if (rng.Range(0, 3) == 0) f.resize(rng.Range(0, int(f.size())));
+    const int nodes = vardell::fuzz::LoadFuzzInput(f.data(), f.size(), 64 + rng.Range(0, 127) * 8,
+                                                   rng.Range(0, 1));
+    (nodes == 3 ? whole : failed)++;
+    ASSERT_TRUE(CFuzzNode::Live().empty()) << "round " << round;
+    LLVMFuzzerTestOneInput(f.data(), f.size());
+  }
+  EXPECT_GT(whole, 50);
+  EXPECT_GT(failed, 200);
+}
+
+}  // namespace
