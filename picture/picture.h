@@ -9,6 +9,7 @@
 //   picture.cpp          buffer: construction, creation, clearing, fills, copying, accessors
 //   picture_files.cpp    bitmap and JPEG files
 //   picture_preview.cpp  reduced loading of bitmap files
+//   picture_background.cpp  the same on a worker thread, with progress messages
 //   compositing.cpp      copies and blends into another picture, drawing on device contexts
 //   rotation.cpp         rotated drawing, Rotate and Mirror
 //   imageops/            colour transforms, soften and sharpen, gray balance, light beam
@@ -34,6 +35,7 @@
 #include <atomic>
 
 class CWnd;
+class CWinThread;
 class CDC;
 class CMask;
 struct HBITMAP__;
@@ -112,6 +114,14 @@ class VARDELL_API CPicture {
   // The size of the picture in a bitmap or JPEG file, without loading it.
   static CSize GetPictureSize(const CString& path);
 
+  // ---- Background loading (picture_background.cpp) ----
+
+  // Loads the bitmap file at path reduced to size on a worker thread, posting progress (wParam 1),
+  // cancellation (2) and the end (3) to pWnd with message; answers the started thread, or null
+  // when nothing was started. A load already running is cancelled first.
+  CWinThread* LoadPictureInBackground(const CString& path, CSize size, CWnd* pWnd, UINT message);
+  // Asks the running load to stop and waits until its worker has ended.
+  void CancelLoading();
   BOOL IsLoading() const noexcept { return m_bLoading.load(); }
 
   // ---- Compositing (compositing.cpp) ----
