@@ -79,11 +79,11 @@ VARDELL_API CObject* ReadSerialObject(CArchive& ar, const CRuntimeClass* pClass)
 
 // The typed extraction `ar >> pObject` that serialisable classes get: ReadObject of the class,
 // so an object of another class throws CArchiveException::badClass.
-#define VARDELL_DECLARE_SERIAL_EXTRACTION(class_name)                      \
-  friend CArchive& operator>>(CArchive& ar, class_name*& pOb) {            \
-    pOb = static_cast<class_name*>(                                        \
-        vardell::detail::ReadSerialObject(ar, RUNTIME_CLASS(class_name))); \
-    return ar;                                                             \
+#define VARDELL_DECLARE_SERIAL_EXTRACTION(class_name)                            \
+  [[maybe_unused]] friend CArchive& operator>>(CArchive& ar, class_name*& pOb) { \
+    pOb = static_cast<class_name*>(                                              \
+        vardell::detail::ReadSerialObject(ar, RUNTIME_CLASS(class_name)));       \
+    return ar;                                                                   \
   }
 
 #define DECLARE_DYNAMIC(class_name)       \

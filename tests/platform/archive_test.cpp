@@ -220,7 +220,8 @@ TEST(Archive, CountsAndStrings) {
                                             {0xFFFE, B({0xFE, 0xFF})},
                                             {0xFFFF, B({0xFF, 0xFF, 0xFF, 0xFF, 0, 0})},
                                             {0x12345, B({0xFF, 0xFF, 0x45, 0x23, 1, 0})}};
-  for (const auto& [count, bytes] : counts) {
+  for (const auto& [value, bytes] : counts) {
+    const DWORD count = value;  // a copy: clang 14 cannot capture a structured binding
     EXPECT_EQ(Store([&](CArchive& ar) { ar.WriteCount(count); }), bytes) << count;
     Load(bytes, [&](CArchive& ar) { EXPECT_EQ(ar.ReadCount(), count); });
   }
