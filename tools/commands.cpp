@@ -32,8 +32,8 @@ bool ParseInt(const std::string& text, int& value) {
 bool ParseScale(const std::string& text, int& num, int& den) {
   std::size_t slash = text.find('/');
   if (slash == std::string::npos) return false;
-  return ParseInt(text.substr(0, slash), num) && ParseInt(text.substr(slash + 1), den) &&
-         num > 0 && den > 0;
+  return ParseInt(text.substr(0, slash), num) && ParseInt(text.substr(slash + 1), den) && num > 0 &&
+         den > 0;
 }
 
 void InstallTerminalHandlers() {
@@ -45,8 +45,8 @@ void InstallTerminalHandlers() {
   };
   handler.set = [](int, int percent) {
     int filled = percent * 40 / 100;
-    std::fprintf(stderr, "\r[%.*s%*s] %3d%%", filled, "========================================",
-                 40 - filled, "", percent);
+    std::fprintf(stderr, "\r[%.*s%*s] %3d%%", filled,
+                 "========================================", 40 - filled, "", percent);
   };
   handler.end = [](int) { std::fputs("\r\033[K", stderr); };
   SetProgressHandler(std::move(handler));
@@ -84,8 +84,8 @@ int Info(const Args& args) {
     ih.Load(head + 14);
     std::printf("file        %s\n", path.c_str());
     std::printf("format      BMP\n");
-    std::printf("file size   %llu bytes (header says %u)\n", static_cast<unsigned long long>(length),
-                fh.bfSize);
+    std::printf("file size   %llu bytes (header says %u)\n",
+                static_cast<unsigned long long>(length), fh.bfSize);
     std::printf("size        %d x %d\n", ih.biWidth, ih.biHeight);
     std::printf("bit count   %u\n", ih.biBitCount);
     std::printf("compression %u\n", ih.biCompression);
