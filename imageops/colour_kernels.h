@@ -1,0 +1,86 @@
+// Row kernels of the colour operations: plain functions of pointers and counts that know nothing
+// of pictures, switches or errors. Internal to the library (not exported); the tests call them to
+// compare each SSE2 twin with its plain definition.
+//
+// A row is n pixels of 3 bytes (blue, green, red) and the kernels touch those 3 * n bytes only,
+// never the padding behind them. The MMX variant of AdjustColors loaded and stored 4 bytes a
+// pixel and wrote the fourth byte back as it was read; touching only the channel bytes has
+// exactly that effect. Every SSE2 twin handles whole vectors and hands the tail to its scalar
+// twin; where no SSE2 is built, the Sse2 names run the scalar twin.
+#pragma once
+
+#include "imageops/colour_model.h"
+#include "platform/win_types.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vardell::imageops_kernels {
+
+// ---- Lookup tables ----
+
+// B = blue[B], G = green[G], R = red[R] for each pixel.
+void TransformRow(BYTE* p, std::size_t n, const BYTE* red, const BYTE* green,
+                  const BYTE* blue) noexcept;
+// The same with one table for all three channels: every byte b of the row becomes lut[b].
+void TransformRowSame(BYTE* p, std::size_t n, const BYTE* lut) noexcept;
+
+// ---- Offsets ----
+
+// Channel offsets in blue, green, red order.
+struct Offsets {
+  int blue, green, red;
+};
+
+// B = clamp(B + blue), G = clamp(G + green), R = clamp(R + red), clamped to 0..255: the table
+// arithmetic of AdjustColors and Brightness. Any int offsets.
+void AdjustRowTable(BYTE* p, std::size_t n, Offsets d) noexcept;
+// Same results as AdjustRowTable. An offset beyond +-255 clamps like +-255, so each lane adds the
+// positive part with unsigned byte saturation and subtracts the negative part likewise.
+void AdjustRowTableSse2(BYTE* p, std::size_t n, Offsets d) noexcept;
+
+// The MMX variant: each offset taken as a signed 16-bit word, channels widened to words, added
+// with signed saturation and packed back to bytes with unsigned saturation. Equal to the table
+// arithmetic for offsets within -32768..32767; beyond, only the low 16 bits count.
+void AdjustRowMmxScalar(BYTE* p, std::size_t n, Offsets d) noexcept;
+// Same results as AdjustRowMmxScalar: x + int16(d) saturated to a word and then to a byte is
+// clamp(x + int16(d)), the table arithmetic on the 16-bit offsets.
+void AdjustRowMmxSse2(BYTE* p, std::size_t n, Offsets d) noexcept;
+
+// ---- Gray ----
+
+// (B * 29 + G * 150 + R * 76) / 255, truncating; the weights add up to 255.
+inline BYTE GrayOf(const BYTE* bgr) noexcept {
+  return static_cast<BYTE>((bgr[0] * 29u + bgr[1] * 150u + bgr[2] * 76u) / 255u);
+}
+// Each pixel's three channels set to its gray.
+void GrayRow(BYTE* p, std::size_t n) noexcept;
+// Same results as GrayRow. 16 pixels are split into channel planes by four rounds of byte
+// unpacks; the weighted sum is at most 255 * 255 = 65025, so it fits an unsigned word, and
+// x / 255 == (x * 0x8081) >> 23 for every word x.
+void GrayRowSse2(BYTE* p, std::size_t n) noexcept;
+// out[i] = the gray of pixel i (one byte a pixel, as a mask row).
+void GrayBytesRow(const BYTE* p, BYTE* out, std::size_t n) noexcept;
+void GrayBytesRowSse2(const BYTE* p, BYTE* out, std::size_t n) noexcept;
+
+// ---- The HWV model, pixel by pixel ----
+
+// SaturatePixel on each pixel.
+void SaturateRow(BYTE* p, std::size_t n, int s) noexcept;
+// Through the model with the hue shifted by dh (wrapped into 0..359); when withWhiteness, the
+// whiteness minus ds clamped to 0..127 (not 128, so gray gets a tint of the hue: intended).
+void HueRow(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
+            const hwv::HueTables& tables) noexcept;
+
+// ---- Measures and masks ----
+
+// Adds each channel of the n pixels to sums (blue, green, red), in unsigned 32-bit arithmetic.
+void SumRow(const BYTE* p, std::size_t n, std::uint32_t sums[3]) noexcept;
+// out[i] = equal when pixel i is exactly (blue, green, red), else other.
+void ExactColourRow(const BYTE* p, BYTE* out, std::size_t n, const BYTE bgr[3], BYTE equal,
+                    BYTE other) noexcept;
+// out[i] = match when each channel of pixel i is a member of its 256-entry table, else other.
+void ColourRangeRow(const BYTE* p, BYTE* out, std::size_t n, const bool* blue, const bool* green,
+                    const bool* red, BYTE match, BYTE other) noexcept;
+
+}  // namespace vardell::imageops_kernels

@@ -1,0 +1,65 @@
+// SSE2 helpers shared by the image-operation kernels: 16 pixels of 3 bytes split into channel
+// planes and joined again, and widening of bytes to words. Internal; include only where
+// VARDELL_HAVE_SSE2 is 1.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstdint>
+
+namespace vardell::imageops_kernels::sse2 {
+
+// 48 bytes s[0..47] held in three vectors. One round of byte unpacks makes t[2i] = s[i] and
+// t[2i + 1] = s[i + 24], that is t[j] = s[24 j mod 47] (with 47 staying in place). Four rounds
+// give s[24^4 j mod 47] = s[3 j mod 47]: plane c holds byte 3 j + c of the interleaved pixels.
+inline void SplitRound(__m128i& a, __m128i& b, __m128i& c) noexcept {
+  const __m128i t0 = _mm_unpacklo_epi8(a, _mm_unpackhi_epi64(b, b));
+  const __m128i t1 = _mm_unpacklo_epi8(_mm_unpackhi_epi64(a, a), c);
+  const __m128i t2 = _mm_unpacklo_epi8(b, _mm_unpackhi_epi64(c, c));
+  a = t0;
+  b = t1;
+  c = t2;
+}
+
+// Loads 16 pixels from p and answers their blue, green and red planes.
+inline void LoadPlanes(const std::uint8_t* p, __m128i& blue, __m128i& green,
+                       __m128i& red) noexcept {
+  __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16));
+  __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 32));
+  for (int round = 0; round < 4; ++round) SplitRound(a, b, c);
+  blue = a;
+  green = b;
+  red = c;
+}
+
+// The inverse direction: t[j] = s[2 j mod 47], the even bytes of the sequence followed by the odd
+// ones. Four rounds give s[16 j mod 47], which interleaves three planes into pixels.
+inline void JoinRound(__m128i& a, __m128i& b, __m128i& c) noexcept {
+  const __m128i low = _mm_set1_epi16(0x00FF);
+  const __m128i t0 = _mm_packus_epi16(_mm_and_si128(a, low), _mm_and_si128(b, low));
+  const __m128i t1 = _mm_packus_epi16(_mm_and_si128(c, low), _mm_srli_epi16(a, 8));
+  const __m128i t2 = _mm_packus_epi16(_mm_srli_epi16(b, 8), _mm_srli_epi16(c, 8));
+  a = t0;
+  b = t1;
+  c = t2;
+}
+
+// Stores 16 pixels made of the three planes at p.
+inline void StorePlanes(std::uint8_t* p, __m128i blue, __m128i green, __m128i red) noexcept {
+  for (int round = 0; round < 4; ++round) JoinRound(blue, green, red);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), blue);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 16), green);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 32), red);
+}
+
+// The low and high 8 bytes of v widened to unsigned words.
+inline __m128i WidenLow(__m128i v) noexcept { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
+inline __m128i WidenHigh(__m128i v) noexcept { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
+
+// 8 bytes at p widened to unsigned words.
+inline __m128i Load8Widened(const std::uint8_t* p) noexcept {
+  return WidenLow(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+}
+
+}  // namespace vardell::imageops_kernels::sse2

@@ -1,0 +1,75 @@
+// Helpers of the image-operation tests: seeded pictures, whole-buffer snapshots, and the HWV
+// model written straight from its definition in double precision (slow, for comparison).
+#pragma once
+
+#include "picture/picture.h"
+#include "support/test_support.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace vardell::test {
+
+// A width x height picture whose every byte (padding and spare row included) comes from seed.
+inline void FillRandom(CPicture& p, int width, int height, std::uint32_t seed) {
+  p.CreatePicture(width, height, 0);
+  Rng rng(seed);
+  const int bytes = p.GetDataSize() + p.GetDataWidth() + 8;
+  for (int i = 0; i < bytes; ++i) p.GetBuffer()[i] = rng.Byte();
+}
+
+// Every byte of the picture's block: the data, the spare row and the 8 bytes behind it.
+inline std::vector<BYTE> Snapshot(const CPicture& p) {
+  const BYTE* b = p.GetBuffer();
+  return std::vector<BYTE>(b, b + p.GetDataSize() + p.GetDataWidth() + 8);
+}
+
+// Byte c (0 blue, 1 green, 2 red) of pixel (x, y) in a snapshot.
+inline BYTE At(const std::vector<BYTE>& s, const CPicture& p, int x, int y, int c) {
+  return s[static_cast<std::size_t>(p.Height() - 1 - y) * p.GetDataWidth() + 3 * x + c];
+}
+
+// Expects that only channel bytes changed between two snapshots of p.
+inline bool OnlyChannelsChanged(const std::vector<BYTE>& before, const std::vector<BYTE>& after,
+                                const CPicture& p) {
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const std::size_t row = i / p.GetDataWidth(), col = i % p.GetDataWidth();
+    const bool channel =
+        row < static_cast<std::size_t>(p.Height()) && col < 3 * static_cast<std::size_t>(p.Width());
+    if (!channel && before[i] != after[i]) return false;
+  }
+  return true;
+}
+
+struct SlowHwv {
+  int hue, whiteness, value;
+};
+
+// RGBToHWV from its definition: double-precision steps, the tie rules, the sector table.
+inline SlowHwv SlowRgbToHwv(int r, int g, int b) {
+  int big, small, c;
+  auto finish = [&](auto sectorHue) -> SlowHwv {
+    const double q = small * 128.0 / big;
+    const int whiteness = static_cast<int>(q + 0.5);
+    if (whiteness == 128) return {0, 128, big};
+    const auto x =
+        static_cast<std::uint16_t>(static_cast<int>(big - (big - c) * 128 / (128 - q) + 0.5));
+    return {static_cast<int>(sectorHue(x)), whiteness, big};
+  };
+  if (r >= g && r >= b) {
+    if (r == 0) return {0, 0, 0};
+    big = r;
+    if (g >= b) return small = b, c = g, finish([&](unsigned x) { return x * 60 / r; });
+    return small = g, c = b, finish([&](unsigned x) { return 360 - x * 60 / r; });
+  }
+  if (g >= r && g >= b) {
+    big = g;
+    if (b > r) return small = r, c = b, finish([&](unsigned x) { return x * 60 / g + 120; });
+    return small = b, c = r, finish([&](unsigned x) { return 120 - x * 60 / g; });
+  }
+  big = b;
+  if (g > r) return small = r, c = g, finish([&](unsigned x) { return 240 - x * 60 / b; });
+  return small = g, c = r, finish([&](unsigned x) { return x * 60 / b + 240; });
+}
+
+}  // namespace vardell::test

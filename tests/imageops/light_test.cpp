@@ -1,0 +1,109 @@
+#include "hostutil/geometry_utils.h"
+#include "imageops_test_util.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using vardell::test::At;
+using vardell::test::FillRandom;
+using vardell::test::Rng;
+using vardell::test::Snapshot;
+
+struct Beam {
+  CPoint from, to;
+  int length, height;
+  COLORREF color;
+  int intensity, angle;
+};
+
+// The light as first defined, with acos for every pixel.
+std::vector<BYTE> ReferenceLight(const CPicture& p, const Beam& b) {
+  auto s = Snapshot(p);
+  const double d = std::sqrt(static_cast<double>(Distance2(b.from, b.to)));
+  const double a = std::acos(d / b.length);
+  const double ax = b.to.x, ay = b.to.y, az = b.height;
+  const double fz = b.height + static_cast<int>(std::sin(a) * b.length);
+  const double ux = ax - b.from.x, uy = ay - b.from.y, uz = az - fz;
+  const double axis = std::sqrt(ux * ux + uy * uy + uz * uz);
+  const int amount[3] = {GetBValue(b.color) * b.intensity / 100,
+                         GetGValue(b.color) * b.intensity / 100,
+                         GetRValue(b.color) * b.intensity / 100};
+  const double k = static_cast<double>(b.height) * b.height / std::sin(a) / std::sin(a);
+  for (int y = 0; y < p.Height(); ++y)
+    for (int x = 0; x < p.Width(); ++x) {
+      const double r = std::sqrt(static_cast<double>(b.height) * b.height + (ay - y) * (ay - y) +
+                                 (ax - x) * (ax - x));
+      const double cosine = (ux * (x - ax) + uy * (y - ay) + uz * (0.0 - b.height)) / r / axis;
+      if (!(std::acos(cosine) * 57.324840764331206 < b.angle)) continue;
+      const double w = 1 / r;
+      for (int c = 0; c < 3; ++c) {
+        BYTE& byte = s[static_cast<std::size_t>(p.Height() - 1 - y) * p.GetDataWidth() + 3 * x + c];
+        const int v = byte + static_cast<int>(amount[c] * w * w * k * (b.height * w));
+        byte = static_cast<BYTE>(v > 255 ? 255 : v);
+      }
+    }
+  return s;
+}
+
+TEST(LightTest, MatchesTheDefinitionOnRandomBeams) {
+  Rng rng(670);
+  for (int trial = 0; trial < 60; ++trial) {
+    CPicture p;
+    FillRandom(p, 30, 20, 671 + trial);
+    Beam b{CPoint(rng.Range(-10, 40), rng.Range(-10, 30)),
+           CPoint(rng.Range(0, 29), rng.Range(0, 19)),
+           0,
+           rng.Range(1, 40),
+           rng.Next() & 0xFFFFFF,
+           rng.Range(0, 300),
+           rng.Range(0, 200)};
+    b.length = static_cast<int>(std::sqrt(static_cast<double>(Distance2(b.from, b.to)))) +
+               rng.Range(1, 30);
+    const auto want = ReferenceLight(p, b);
+    ASSERT_EQ(p.DrawLight(b.from, b.to, b.length, b.height, b.color, b.intensity, b.angle), 1);
+    ASSERT_EQ(Snapshot(p), want) << "trial " << trial;
+  }
+}
+
+TEST(LightTest, TheDiscBelowTheLamp) {
+  CPicture p;
+  p.CreatePicture(41, 31, 0);
+  const CPoint below(20, 15);
+  ASSERT_EQ(p.DrawLight(below, below, 10, 10, RGB(255, 255, 100), 100, 30), 1);
+  const auto s = Snapshot(p);
+  EXPECT_EQ(At(s, p, 20, 15, 2), 255);  // straight below: 255 * 100 * 10 / 10^3
+  EXPECT_EQ(At(s, p, 20, 15, 0), 100);
+  EXPECT_EQ(At(s, p, 23, 15, 2), 224);  // 255000 / 109^1.5
+  EXPECT_GT(At(s, p, 25, 15, 2), 0);    // 26.6 degrees (of 3.14-degree units) from the axis
+  EXPECT_EQ(At(s, p, 26, 15, 2), 0);    // 31.0
+  EXPECT_EQ(At(s, p, 20, 21, 1), 0);
+  EXPECT_GT(At(s, p, 24, 18, 1), 0);  // distance 5
+  // Channels that reach 255 stay there while the others still grow.
+  p.DrawLight(below, below, 10, 10, RGB(255, 255, 100), 100, 30);
+  EXPECT_EQ(At(Snapshot(p), p, 20, 15, 2), 255);
+  EXPECT_EQ(At(Snapshot(p), p, 20, 15, 0), 200);
+}
+
+TEST(LightTest, NothingLitWithoutLightOrCone) {
+  CPicture p;
+  FillRandom(p, 12, 9, 672);
+  const auto before = Snapshot(p);
+  const CPoint at(5, 4);
+  EXPECT_EQ(p.DrawLight(at, at, 10, 10, RGB(255, 255, 255), 0, 40), 1);
+  EXPECT_EQ(p.DrawLight(at, at, 10, 10, RGB(0, 0, 0), 100, 40), 1);
+  // Straight below the apex theta is exactly 0, which is not below an angle of 0.
+  EXPECT_EQ(p.DrawLight(at, at, 10, 10, RGB(255, 255, 255), 100, 0), 1);
+  // Points farther apart than the arm: no tilt, nothing changes, still 1.
+  EXPECT_EQ(p.DrawLight(CPoint(0, 0), CPoint(11, 8), 5, 10, RGB(255, 255, 255), 100, 90), 1);
+  EXPECT_EQ(p.DrawLight(at, at, 0, 10, RGB(255, 255, 255), 100, 90), 1);
+  EXPECT_EQ(Snapshot(p), before);
+  EXPECT_EQ(p.DrawLight(at, at, 10, 10, RGB(255, 255, 255), 100, 1), 1);
+  EXPECT_NE(Snapshot(p), before);
+  CPicture empty;
+  EXPECT_EQ(empty.DrawLight(at, at, 10, 10, RGB(255, 255, 255), 100, 1), 0);
+}
+
+}  // namespace
