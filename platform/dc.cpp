@@ -39,14 +39,21 @@ DeviceCaps DisplayCaps() noexcept {
 
 DeviceContext::DeviceContext(Kind kind, const DeviceCaps& caps)
     : GdiObject(kind == Kind::Memory ? OBJ_MEMDC : OBJ_DC), m_kind(kind), m_caps(caps) {
-  if (kind == Kind::Memory) m_hBitmap = StockBitmap();
-  m_hPen = StockObject(BLACK_PEN);
-  m_hBrush = StockObject(WHITE_BRUSH);
+  Pen* pen = Pen::Find(StockObject(BLACK_PEN));
+  Brush* brush = Brush::Find(StockObject(WHITE_BRUSH));
+  Bitmap* bitmap = kind == Kind::Memory ? Bitmap::Find(StockBitmap()) : nullptr;
+  if (pen == nullptr || brush == nullptr || (kind == Kind::Memory && bitmap == nullptr))
+    throw std::bad_alloc();
+  Replace(m_pen, pen);
+  Replace(m_brush, brush);
+  if (bitmap != nullptr) Replace(m_bitmap, bitmap);
 }
 
 DeviceContext::~DeviceContext() {
   m_driver.reset();
-  if (m_bitmap) m_bitmap->m_selectedIn = nullptr;
+  if (m_bitmap != nullptr) m_bitmap->RemoveSelection();
+  m_pen->RemoveSelection();
+  m_brush->RemoveSelection();
 }
 
 DeviceContext* DeviceContext::Find(HDC hdc) noexcept {
@@ -59,11 +66,9 @@ DeviceContext* DeviceContext::Find(HDC hdc) noexcept {
 }
 
 Surface DeviceContext::GetSurface() const noexcept {
-  if (m_kind == Kind::Memory) return m_bitmap ? m_bitmap->GetSurface() : Surface{};
+  if (m_kind == Kind::Memory) return m_bitmap->GetSurface();
   return m_external;
 }
-
-void DeviceContext::ForgetBitmap() noexcept { m_bitmap = nullptr; }
 
 RECT DeviceContext::VisibleBox() const noexcept {
   const Surface s = GetSurface();
@@ -112,34 +117,20 @@ BOOL DeleteDC(HDC hdc) {
 HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object) {
   DeviceContext* dc = DeviceContext::Find(hdc);
   if (dc == nullptr) return nullptr;
-  switch (GetObjectType(object)) {
+  vardell::GdiObject* found = vardell::GdiObject::Find(object);
+  switch (found != nullptr ? found->Type() : 0) {
     case OBJ_BITMAP: {
-      Bitmap* bitmap = Bitmap::Find(object);
+      auto* bitmap = static_cast<Bitmap*>(found);
       if (dc->m_kind != DeviceContext::Kind::Memory) return nullptr;
-      if (bitmap->m_selectedIn != nullptr && bitmap->m_selectedIn != dc) {
+      // A bitmap sits in one DC at a time; the stock bitmap, never drawn on, in any number.
+      if (!bitmap->IsStock() && bitmap != dc->m_bitmap && bitmap->Selections() != 0) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
       }
-      HGDIOBJ previous = dc->m_hBitmap;
-      if (dc->m_bitmap) dc->m_bitmap->m_selectedIn = nullptr;
-      // The stock bitmap may sit in any number of DCs; it is never drawn on, so none owns it.
-      dc->m_bitmap = bitmap->m_stock ? nullptr : bitmap;
-      if (dc->m_bitmap) dc->m_bitmap->m_selectedIn = dc;
-      dc->m_hBitmap = object;
-      return previous;
+      return dc->Replace(dc->m_bitmap, bitmap);
     }
-    case OBJ_PEN: {
-      HGDIOBJ previous = dc->m_hPen;
-      dc->m_pen = Pen::Find(object)->m_pen;
-      dc->m_hPen = object;
-      return previous;
-    }
-    case OBJ_BRUSH: {
-      HGDIOBJ previous = dc->m_hBrush;
-      dc->m_brush = Brush::Find(object)->m_brush;
-      dc->m_hBrush = object;
-      return previous;
-    }
+    case OBJ_PEN: return dc->Replace(dc->m_pen, static_cast<Pen*>(found));
+    case OBJ_BRUSH: return dc->Replace(dc->m_brush, static_cast<Brush*>(found));
     case OBJ_REGION: {
       const int type = SelectClipRgn(hdc, static_cast<HRGN>(object));
       return reinterpret_cast<HGDIOBJ>(static_cast<std::intptr_t>(type));
@@ -152,9 +143,9 @@ HGDIOBJ GetCurrentObject(HDC hdc, UINT type) {
   const DeviceContext* dc = DeviceContext::Find(hdc);
   if (dc == nullptr) return nullptr;
   switch (type) {
-    case OBJ_PEN: return dc->m_hPen;
-    case OBJ_BRUSH: return dc->m_hBrush;
-    case OBJ_BITMAP: return dc->m_hBitmap;
+    case OBJ_PEN: return dc->m_pen->Handle();
+    case OBJ_BRUSH: return dc->m_brush->Handle();
+    case OBJ_BITMAP: return dc->m_bitmap != nullptr ? dc->m_bitmap->Handle() : nullptr;
     default: return nullptr;
   }
 }
@@ -394,13 +385,16 @@ BOOL CDC::DeleteDC() {
 }
 
 CPen* CDC::SelectObject(CPen* pen) {
-  return static_cast<CPen*>(SelectObject(static_cast<CGdiObject*>(pen)));
+  if (pen == nullptr) return nullptr;
+  return CPen::FromHandle(static_cast<HPEN>(::SelectObject(m_hDC, pen->m_hObject)));
 }
 CBrush* CDC::SelectObject(CBrush* brush) {
-  return static_cast<CBrush*>(SelectObject(static_cast<CGdiObject*>(brush)));
+  if (brush == nullptr) return nullptr;
+  return CBrush::FromHandle(static_cast<HBRUSH>(::SelectObject(m_hDC, brush->m_hObject)));
 }
 CBitmap* CDC::SelectObject(CBitmap* bitmap) {
-  return static_cast<CBitmap*>(SelectObject(static_cast<CGdiObject*>(bitmap)));
+  if (bitmap == nullptr) return nullptr;
+  return CBitmap::FromHandle(static_cast<HBITMAP>(::SelectObject(m_hDC, bitmap->m_hObject)));
 }
 CGdiObject* CDC::SelectObject(CGdiObject* object) {
   if (object == nullptr) return nullptr;
@@ -414,13 +408,13 @@ CGdiObject* CDC::SelectStockObject(int index) {
 }
 
 CPen* CDC::GetCurrentPen() const {
-  return static_cast<CPen*>(CGdiObject::FromHandle(::GetCurrentObject(m_hDC, OBJ_PEN)));
+  return CPen::FromHandle(static_cast<HPEN>(::GetCurrentObject(m_hDC, OBJ_PEN)));
 }
 CBrush* CDC::GetCurrentBrush() const {
-  return static_cast<CBrush*>(CGdiObject::FromHandle(::GetCurrentObject(m_hDC, OBJ_BRUSH)));
+  return CBrush::FromHandle(static_cast<HBRUSH>(::GetCurrentObject(m_hDC, OBJ_BRUSH)));
 }
 CBitmap* CDC::GetCurrentBitmap() const {
-  return static_cast<CBitmap*>(CGdiObject::FromHandle(::GetCurrentObject(m_hDC, OBJ_BITMAP)));
+  return CBitmap::FromHandle(static_cast<HBITMAP>(::GetCurrentObject(m_hDC, OBJ_BITMAP)));
 }
 
 BOOL CDC::BitBlt(int x, int y, int width, int height, CDC* pSrcDC, int xSrc, int ySrc, DWORD rop) {

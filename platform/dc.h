@@ -24,11 +24,8 @@
 #include "platform/geometry.h"
 #include "platform/object.h"
 #include "platform/raster_ops.h"
+#include "platform/region.h"
 #include "platform/win_types.h"
-
-struct HRGN__;
-using HRGN = HRGN__*;
-class CRgn;
 
 // The failure value of StretchDIBits and of the other calls that answer a count.
 inline constexpr int GDI_ERROR = -1;
@@ -101,13 +98,14 @@ inline constexpr int SP_ERROR = -1;
 // device caps. NULL for an invalid hdc.
 VARDELL_API HDC CreateCompatibleDC(HDC hdc);
 // Deletes a memory or printer DC (an unfinished print job is abandoned). The objects selected
-// into it stay valid. FALSE for an invalid handle and for a window DC, which belongs to its
-// window surface.
+// into it stay valid and are no longer selected there, so DeleteObject may delete them. FALSE
+// for an invalid handle and for a window DC, which belongs to its window surface.
 VARDELL_API BOOL DeleteDC(HDC hdc);
 
 // Selects a bitmap (memory DCs only; a bitmap can be selected into one DC at a time), pen, brush
 // or region (as SelectClipRgn, answering the region type cast to a handle) and answers the
-// previous object; NULL on failure.
+// previous object; NULL on failure. While selected, a pen, brush or bitmap cannot be deleted
+// (DeleteObject answers FALSE); a region is copied and stays the caller's.
 VARDELL_API HGDIOBJ SelectObject(HDC hdc, HGDIOBJ object);
 // OBJ_PEN, OBJ_BRUSH or OBJ_BITMAP: the object selected; NULL otherwise.
 VARDELL_API HGDIOBJ GetCurrentObject(HDC hdc, UINT type);

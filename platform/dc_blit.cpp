@@ -93,8 +93,8 @@ bool BuildAxisMap(std::int64_t dOrg, std::int64_t dExt, std::int64_t sOrg, std::
 
 // The solid pattern of the DC's brush; false for the null brush.
 bool PatternOf(const DeviceContext& dc, std::uint32_t& pattern) {
-  if (dc.m_brush.style == BS_NULL) return false;
-  pattern = PixelFromColor(dc.m_brush.color);
+  if (dc.SelectedBrush().style == BS_NULL) return false;
+  pattern = PixelFromColor(dc.SelectedBrush().color);
   return true;
 }
 

@@ -148,8 +148,8 @@ void ThinLine(Canvas& canvas, POINT p0, POINT p1, BYTE code) {
   first = std::max<std::int64_t>(first, 0);
   last = std::min(last, major);
 
-  const DashPattern* dash = DashOf(dc.m_pen);
-  const std::uint32_t penColour = PixelFromColor(dc.m_pen.color);
+  const DashPattern* dash = DashOf(dc.SelectedPen());
+  const std::uint32_t penColour = PixelFromColor(dc.SelectedPen().color);
   const std::uint32_t bkColour = PixelFromColor(dc.m_bkColor);
   const bool opaqueGaps = dc.m_bkMode == OPAQUE;
   if (first < last) {
@@ -249,7 +249,7 @@ BYTE MixCode(const DeviceContext& dc) { return kernels::Rop2ToRop3(dc.m_rop2); }
 // Draws the lines through points with the DC's pen.
 void StrokePolyline(Canvas& canvas, const POINT* points, int count) {
   DeviceContext& dc = canvas.dc;
-  const PenAttributes& pen = dc.m_pen;
+  const PenAttributes& pen = dc.SelectedPen();
   if (pen.style == PS_NULL) return;
   const BYTE code = MixCode(dc);
   if (pen.width <= 1) {
@@ -374,10 +374,10 @@ BOOL Rectangle(HDC hdc, int left, int top, int right, int bottom) {
   Surface surface;
   if (!Begin(hdc, dc, surface)) return FALSE;
   Box shape = Normalised(left, top, right, bottom);
-  const PenAttributes& pen = dc->m_pen;
+  const PenAttributes& pen = dc->SelectedPen();
   const BYTE code = MixCode(*dc);
-  const bool fill = dc->m_brush.style != BS_NULL;
-  const std::uint32_t brushColour = PixelFromColor(dc->m_brush.color);
+  const bool fill = dc->SelectedBrush().style != BS_NULL;
+  const std::uint32_t brushColour = PixelFromColor(dc->SelectedBrush().color);
   try {
     Canvas canvas{*dc, surface, dc->VisibleBox()};
     const std::int64_t top0 = std::max<std::int64_t>(canvas.box.top, shape.t - pen.width);
@@ -429,15 +429,15 @@ BOOL Ellipse(HDC hdc, int left, int top, int right, int bottom) {
   Surface surface;
   if (!Begin(hdc, dc, surface)) return FALSE;
   Box shape = Normalised(left, top, right, bottom);
-  const PenAttributes& pen = dc->m_pen;
+  const PenAttributes& pen = dc->SelectedPen();
   if (shape.Width() + 2 * pen.width > kMaxShapeExtent ||
       shape.Height() + 2 * pen.width > kMaxShapeExtent) {
     SetLastError(ERROR_INVALID_PARAMETER);
     return FALSE;
   }
   const BYTE code = MixCode(*dc);
-  const bool fill = dc->m_brush.style != BS_NULL;
-  const std::uint32_t brushColour = PixelFromColor(dc->m_brush.color);
+  const bool fill = dc->SelectedBrush().style != BS_NULL;
+  const std::uint32_t brushColour = PixelFromColor(dc->SelectedBrush().color);
   const std::uint32_t penColour = PixelFromColor(pen.color);
   Canvas canvas{*dc, surface, dc->VisibleBox()};
   const std::int64_t top0 = std::max<std::int64_t>(canvas.box.top, shape.t - pen.width);

@@ -44,32 +44,29 @@ constexpr COLORREF ColorFromPixel(std::uint32_t p) noexcept { return PixelFromCo
 
 class DeviceContext;
 
-// The stock object of a GetStockObject index, made anew if it was deleted; the 1x1 stock bitmap
-// that new memory DCs hold.
+// The stock object of a GetStockObject index; the 1x1 stock bitmap that new memory DCs hold.
 HGDIOBJ StockObject(int index) noexcept;
 HGDIOBJ StockBitmap() noexcept;
 
 class Bitmap final : public GdiObject {
  public:
   // nullptr when the size is refused or memory is short.
-  static Bitmap* Create(int width, int height) noexcept;
+  static Bitmap* Create(int width, int height, bool stock = false) noexcept;
   static Bitmap* CreateStock() noexcept;
   static Bitmap* Find(HGDIOBJ handle) noexcept {
     return GdiObject::Find<Bitmap>(handle, OBJ_BITMAP);
   }
-  ~Bitmap() override;
 
   HBITMAP Hbitmap() noexcept { return reinterpret_cast<HBITMAP>(Handle()); }
+  // Invalid for the stock bitmap, which is never drawn on.
   Surface GetSurface() noexcept;
 
   int m_width = 0;
   int m_height = 0;
   std::unique_ptr<std::uint32_t[]> m_pixels;
-  bool m_stock = false;                   // the 1x1 default of memory DCs: never drawn on
-  DeviceContext* m_selectedIn = nullptr;  // the DC this bitmap is selected into
 
  private:
-  Bitmap() : GdiObject(OBJ_BITMAP) {}
+  explicit Bitmap(bool stock) : GdiObject(OBJ_BITMAP, stock) {}
 };
 
 struct PenAttributes {
@@ -80,12 +77,10 @@ struct PenAttributes {
 
 class Pen final : public GdiObject {
  public:
-  Pen(const PenAttributes& attributes, bool stock)
-      : GdiObject(OBJ_PEN), m_pen(attributes), m_stock(stock) {}
+  Pen(const PenAttributes& attributes, bool stock) : GdiObject(OBJ_PEN, stock), m_pen(attributes) {}
   static Pen* Find(HGDIOBJ handle) noexcept { return GdiObject::Find<Pen>(handle, OBJ_PEN); }
   HPEN Hpen() noexcept { return reinterpret_cast<HPEN>(Handle()); }
-  PenAttributes m_pen;
-  bool m_stock;
+  const PenAttributes m_pen;
 };
 
 struct BrushAttributes {
@@ -96,11 +91,10 @@ struct BrushAttributes {
 class Brush final : public GdiObject {
  public:
   Brush(const BrushAttributes& attributes, bool stock)
-      : GdiObject(OBJ_BRUSH), m_brush(attributes), m_stock(stock) {}
+      : GdiObject(OBJ_BRUSH, stock), m_brush(attributes) {}
   static Brush* Find(HGDIOBJ handle) noexcept { return GdiObject::Find<Brush>(handle, OBJ_BRUSH); }
   HBRUSH Hbrush() noexcept { return reinterpret_cast<HBRUSH>(Handle()); }
-  BrushAttributes m_brush;
-  bool m_stock;
+  const BrushAttributes m_brush;
 };
 
 // What GetDeviceCaps reports.
@@ -136,8 +130,10 @@ class DeviceContext final : public GdiObject {
  public:
   enum class Kind { Memory, Window, Printer };
 
-  // Throws std::bad_alloc when the handle table cannot grow.
+  // Holds the stock black pen and white brush, and a memory DC the stock bitmap. Throws
+  // std::bad_alloc when the handle table cannot grow.
   DeviceContext(Kind kind, const DeviceCaps& caps);
+  // Gives up the selected objects, which DeleteObject may then delete.
   ~DeviceContext() override;
 
   // The live DC a handle names, or nullptr (sets ERROR_INVALID_HANDLE).
@@ -148,8 +144,20 @@ class DeviceContext final : public GdiObject {
   Surface GetSurface() const noexcept;
   // Window and printer DCs draw on a surface owned by someone else.
   void SetExternalSurface(const Surface& surface) noexcept { m_external = surface; }
-  // Called by a bitmap being destroyed while selected here.
-  void ForgetBitmap() noexcept;
+
+  // The attributes of the selected pen and brush. Selected objects cannot be deleted, so these
+  // are always live.
+  const PenAttributes& SelectedPen() const noexcept { return m_pen->m_pen; }
+  const BrushAttributes& SelectedBrush() const noexcept { return m_brush->m_brush; }
+  // Selects the object in place of held and answers the previous one's handle.
+  template <class T>
+  HGDIOBJ Replace(T*& held, T* object) noexcept {
+    HGDIOBJ previous = held != nullptr ? held->Handle() : nullptr;
+    object->AddSelection();
+    if (held != nullptr) held->RemoveSelection();
+    held = object;
+    return previous;
+  }
 
   // Calls f(left, right) for each visible run of pixels [left, right) of row y within
   // [x0, x1): inside the surface and the clip region.
@@ -163,14 +171,10 @@ class DeviceContext final : public GdiObject {
   Kind m_kind;
   DeviceCaps m_caps;
 
-  Bitmap* m_bitmap = nullptr;  // memory DCs: the selected bitmap, null when it was deleted
-  HGDIOBJ m_hBitmap = nullptr;
+  Bitmap* m_bitmap = nullptr;  // memory DCs: the selected bitmap (at first the stock one)
   Surface m_external;
-
-  HGDIOBJ m_hPen = nullptr;
-  PenAttributes m_pen;
-  HGDIOBJ m_hBrush = nullptr;
-  BrushAttributes m_brush;
+  Pen* m_pen = nullptr;      // never null
+  Brush* m_brush = nullptr;  // never null
 
   bool m_clipped = false;
   std::vector<ClipBand> m_clip;
@@ -186,6 +190,10 @@ class DeviceContext final : public GdiObject {
 
   RECT* m_dirty = nullptr;  // window DCs: the area changed since the GUI last looked
   std::unique_ptr<DeviceDriver> m_driver;
+
+ protected:
+  // A window DC belongs to its window surface: DeleteObject refuses it, as DeleteDC does.
+  bool MayDelete() const noexcept override { return m_kind != Kind::Window; }
 };
 
 template <class F>

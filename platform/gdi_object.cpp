@@ -19,7 +19,7 @@ LiveObjects& Live() {
 
 }  // namespace
 
-GdiObject::GdiObject(DWORD type) : m_type(type) {
+GdiObject::GdiObject(DWORD type, bool stock) : m_type(type), m_stock(stock) {
   LiveObjects& live = Live();
   std::lock_guard lock(live.mutex);
   live.objects.insert(static_cast<const void*>(this));
@@ -31,6 +31,23 @@ GdiObject::~GdiObject() {
   live.objects.erase(static_cast<const void*>(this));
 }
 
+void GdiObject::AddSelection() noexcept {
+  std::lock_guard lock(Live().mutex);
+  ++m_selections;
+}
+
+void GdiObject::RemoveSelection() noexcept {
+  std::lock_guard lock(Live().mutex);
+  if (m_selections > 0) --m_selections;
+}
+
+int GdiObject::Selections() const noexcept {
+  std::lock_guard lock(Live().mutex);
+  return m_selections;
+}
+
+bool GdiObject::MayDelete() const noexcept { return m_selections == 0; }
+
 GdiObject* GdiObject::Find(HGDIOBJ handle) noexcept {
   if (handle == nullptr) return nullptr;
   LiveObjects& live = Live();
@@ -41,8 +58,18 @@ GdiObject* GdiObject::Find(HGDIOBJ handle) noexcept {
 }  // namespace vardell
 
 BOOL DeleteObject(HGDIOBJ object) {
-  vardell::GdiObject* found = vardell::GdiObject::Find(object);
-  if (found == nullptr) return FALSE;
+  if (object == nullptr) return FALSE;
+  vardell::GdiObject* found = nullptr;
+  {
+    vardell::LiveObjects& live = vardell::Live();
+    std::lock_guard lock(live.mutex);
+    if (live.objects.count(object) == 0) return FALSE;
+    found = static_cast<vardell::GdiObject*>(object);
+    if (found->m_stock) return TRUE;
+    if (!found->MayDelete()) return FALSE;
+    // Out of the table before the lock is let go: no other thread can find it any more.
+    live.objects.erase(object);
+  }
   delete found;
   return TRUE;
 }

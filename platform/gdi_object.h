@@ -4,7 +4,8 @@
 // of a live vardell::GdiObject. Every GdiObject enters a process-wide table of live objects when
 // it is constructed and leaves it when it is destroyed, so a handle can be checked before use: a
 // null, deleted or made-up handle is refused with the platform's failure value instead of being
-// followed. DeleteObject(HGDIOBJ) destroys any kind of GDI object through the virtual destructor.
+// followed. DeleteObject(HGDIOBJ) destroys any kind of GDI object through the virtual destructor,
+// except where the platform refuses (see DeleteObject).
 //
 // To add a kind of GDI object: derive from vardell::GdiObject, pass its OBJ_* type to the base
 // constructor, hand out `reinterpret_cast<HPEN>(obj->Handle())` (or the like), and find it again
@@ -27,7 +28,10 @@ inline constexpr DWORD OBJ_BITMAP = 7;
 inline constexpr DWORD OBJ_REGION = 8;
 inline constexpr DWORD OBJ_MEMDC = 10;
 
-// Destroys the object and frees its handle. FALSE for a null or unknown handle.
+// Destroys the object and frees its handle. As on the platform:
+// - a stock object is left alone and the answer is TRUE (deleting one is harmless);
+// - an object selected into a DC is left alone, still usable, and the answer is FALSE;
+// - FALSE for a null or unknown handle.
 VARDELL_API BOOL DeleteObject(HGDIOBJ object);
 
 // The object's OBJ_* type, or 0 for a null or unknown handle.
@@ -43,6 +47,14 @@ class VARDELL_API GdiObject {
 
   DWORD Type() const noexcept { return m_type; }
   HGDIOBJ Handle() noexcept { return static_cast<void*>(this); }
+  // Stock objects live as long as the process.
+  bool IsStock() const noexcept { return m_stock; }
+
+  // The DCs an object is selected into, counted by SelectObject and DeleteDC. DeleteObject
+  // refuses an object while the count is not 0.
+  void AddSelection() noexcept;
+  void RemoveSelection() noexcept;
+  int Selections() const noexcept;
 
   // The live object a handle names, or nullptr for a null, deleted or unknown handle.
   static GdiObject* Find(HGDIOBJ handle) noexcept;
@@ -55,10 +67,18 @@ class VARDELL_API GdiObject {
 
  protected:
   // Enters the table of live objects; throws std::bad_alloc when the table cannot grow.
-  explicit GdiObject(DWORD type);
+  explicit GdiObject(DWORD type, bool stock = false);
+
+  // Whether DeleteObject may destroy this object, asked with the table locked for a non-stock
+  // object. The base allows it unless the object is selected into a DC.
+  virtual bool MayDelete() const noexcept;
 
  private:
+  friend BOOL(::DeleteObject)(HGDIOBJ object);
+
   DWORD m_type;
+  bool m_stock;
+  int m_selections = 0;  // guarded by the table's lock
 };
 
 }  // namespace vardell

@@ -3,13 +3,16 @@
 #include "platform/dc.h"
 #include "platform/device_internal.h"
 #include "platform/last_error.h"
+#include "platform/region.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
 namespace vardell::gdi {
 
@@ -20,11 +23,11 @@ std::unique_ptr<std::uint32_t[]> AllocatePixels(int width, int height) noexcept 
   return std::unique_ptr<std::uint32_t[]>(new (std::nothrow) std::uint32_t[n]());
 }
 
-Bitmap* Bitmap::Create(int width, int height) noexcept {
+Bitmap* Bitmap::Create(int width, int height, bool stock) noexcept {
   std::unique_ptr<std::uint32_t[]> pixels = AllocatePixels(width, height);
   if (!pixels) return nullptr;
   try {
-    Bitmap* bitmap = new Bitmap;
+    Bitmap* bitmap = new Bitmap(stock);
     bitmap->m_width = width;
     bitmap->m_height = height;
     bitmap->m_pixels = std::move(pixels);
@@ -34,18 +37,10 @@ Bitmap* Bitmap::Create(int width, int height) noexcept {
   }
 }
 
-Bitmap* Bitmap::CreateStock() noexcept {
-  Bitmap* bitmap = Create(1, 1);
-  if (bitmap) bitmap->m_stock = true;
-  return bitmap;
-}
-
-Bitmap::~Bitmap() {
-  if (m_selectedIn) m_selectedIn->ForgetBitmap();
-}
+Bitmap* Bitmap::CreateStock() noexcept { return Create(1, 1, true); }
 
 Surface Bitmap::GetSurface() noexcept {
-  if (m_stock || !m_pixels) return {};
+  if (IsStock() || !m_pixels) return {};
   return Surface{m_pixels.get(), m_width, m_height, m_width};
 }
 
@@ -91,8 +86,8 @@ HGDIOBJ StockObject(int index) noexcept {
   StockTable& table = Stock();
   std::lock_guard lock(table.mutex);
   HGDIOBJ& slot = table.objects[static_cast<std::size_t>(index)];
-  // A stock object someone deleted is made anew.
-  if (slot == nullptr || GdiObject::Find(slot) == nullptr) {
+  // Made on first use; DeleteObject never deletes a stock object.
+  if (slot == nullptr) {
     GdiObject* object = MakeStock(index);
     slot = object ? object->Handle() : nullptr;
   }
@@ -214,7 +209,7 @@ LONG GetBitmapBits(HBITMAP hbitmap, LONG count, LPVOID bits) {
 
 LONG SetBitmapBits(HBITMAP hbitmap, DWORD count, const void* bits) {
   Bitmap* bitmap = Bitmap::Find(hbitmap);
-  if (bitmap == nullptr || bits == nullptr || bitmap->m_stock) {
+  if (bitmap == nullptr || bits == nullptr || bitmap->IsStock()) {
     SetLastError(bitmap == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
     return 0;
   }
@@ -292,7 +287,7 @@ int GetDIBits(HDC hdc, HBITMAP hbitmap, UINT start, UINT lines, LPVOID bits, BIT
 }
 
 // MFC wrappers. Permanent wrappers are found through a process-wide map filled by Attach;
-// temporary ones live in a per-thread map.
+// temporary ones live in a per-thread map, one for each handle and wrapper class.
 
 namespace {
 
@@ -307,7 +302,7 @@ PermanentMap& Permanent() {
 }
 
 struct TempMap {
-  std::unordered_map<HGDIOBJ, CGdiObject*> map;
+  std::map<std::pair<HGDIOBJ, DWORD>, CGdiObject*> map;
   void Clear() {
     for (auto& entry : map) {
       entry.second->m_hObject = nullptr;  // a temporary never deletes its object
@@ -323,11 +318,12 @@ TempMap& Temporaries() {
   return map;
 }
 
-CGdiObject* NewWrapper(HGDIOBJ object) {
-  switch (GetObjectType(object)) {
+CGdiObject* NewWrapper(DWORD kind) {
+  switch (kind) {
     case OBJ_PEN: return new CPen;
     case OBJ_BRUSH: return new CBrush;
     case OBJ_BITMAP: return new CBitmap;
+    case OBJ_REGION: return new CRgn;
     default: return new CGdiObject;
   }
 }
@@ -336,7 +332,9 @@ CGdiObject* NewWrapper(HGDIOBJ object) {
 
 CGdiObject::~CGdiObject() { DeleteObject(); }
 
-CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
+CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) { return FromHandle(object, 0); }
+
+CGdiObject* CGdiObject::FromHandle(HGDIOBJ object, DWORD kind) {
   if (object == nullptr) return nullptr;
   {
     PermanentMap& permanent = Permanent();
@@ -344,23 +342,33 @@ CGdiObject* CGdiObject::FromHandle(HGDIOBJ object) {
     auto found = permanent.map.find(object);
     if (found != permanent.map.end()) return found->second;
   }
+  if (kind == 0) kind = GetObjectType(object);
   TempMap& temps = Temporaries();
-  auto found = temps.map.find(object);
-  if (found != temps.map.end()) return found->second;
-  CGdiObject* wrapper = NewWrapper(object);
-  wrapper->m_hObject = object;
-  temps.map.emplace(object, wrapper);
-  return wrapper;
+  try {
+    CGdiObject*& slot = temps.map[{object, kind}];
+    if (slot == nullptr) {
+      slot = NewWrapper(kind);
+      slot->m_hObject = object;
+    }
+    return slot;
+  } catch (const std::bad_alloc&) {
+    temps.map.erase({object, kind});
+    return nullptr;
+  }
 }
 
 void CGdiObject::DeleteTempMap() { Temporaries().Clear(); }
 
 BOOL CGdiObject::Attach(HGDIOBJ object) {
   if (object == nullptr || m_hObject != nullptr) return FALSE;
-  m_hObject = object;
   PermanentMap& permanent = Permanent();
   std::lock_guard lock(permanent.mutex);
-  permanent.map[object] = this;
+  try {
+    permanent.map[object] = this;
+  } catch (const std::bad_alloc&) {
+    return FALSE;
+  }
+  m_hObject = object;
   return TRUE;
 }
 
@@ -389,11 +397,11 @@ BOOL CGdiObject::CreateStockObject(int index) { return AttachNew(::GetStockObjec
 
 BOOL CGdiObject::AttachNew(HGDIOBJ object) {
   if (object == nullptr) return FALSE;
-  if (m_hObject != nullptr) {
+  if (m_hObject != nullptr || !Attach(object)) {
     ::DeleteObject(object);
     return FALSE;
   }
-  return Attach(object);
+  return TRUE;
 }
 
 CPen::CPen(int style, int width, COLORREF color) { CreatePen(style, width, color); }

@@ -9,14 +9,12 @@
 // Handles are checked before use (see platform/gdi_object.h): a null, deleted or foreign handle
 // is refused with each function's failure value.
 //
-// Where this differs from the platform on purpose:
-// - Every device bitmap is 32-bit colour. CreateCompatibleBitmap on a fresh memory DC gives a
-//   colour bitmap too (the platform gives a monochrome one there), and CreateBitmap accepts only
-//   1 plane of 32 bits.
-// - DeleteObject on an object still selected into a device context deletes it: a deleted pen or
-//   brush keeps drawing from the DC's own copy of its attributes until something else is
-//   selected; a deleted bitmap leaves its DC without a surface, so drawing there fails. Deleting
-//   a stock object is harmless: GetStockObject makes it anew.
+// DeleteObject (platform/gdi_object.h) refuses a pen, brush or bitmap while it is selected into
+// a device context, and leaves stock objects alone, as the platform does.
+//
+// Where this differs from the platform on purpose: every device bitmap is 32-bit colour.
+// CreateCompatibleBitmap on a fresh memory DC gives a colour bitmap too (the platform gives a
+// monochrome one there), and CreateBitmap accepts only 1 plane of 32 bits.
 #pragma once
 
 #include "platform/bitmap.h"
@@ -126,8 +124,9 @@ VARDELL_API int GetDIBits(HDC hdc, HBITMAP bitmap, UINT start, UINT lines, LPVOI
 
 class CDC;
 
-// MFC's base of the GDI object wrappers. The wrapper owns the object its m_hObject names and
-// deletes it when destroyed.
+// MFC's base of the GDI object wrappers (CPen, CBrush, CBitmap and CRgn of platform/region.h).
+// The wrapper owns the object its m_hObject names and deletes it when destroyed; as in MFC, an
+// object still selected into a DC is then left undeleted.
 class VARDELL_API CGdiObject : public CObject {
  public:
   CGdiObject() noexcept = default;
@@ -135,7 +134,9 @@ class VARDELL_API CGdiObject : public CObject {
 
   // The permanent wrapper attached to the handle, or else a temporary one owned by the calling
   // thread that stays valid until DeleteTempMap or the thread's end; a temporary never deletes
-  // its object. nullptr for a null handle.
+  // its object. A temporary is of the wrapper class of the object's type (CPen for a pen, CRgn
+  // for a region, ...), CGdiObject for a handle that names no live object. nullptr for a null
+  // handle or when memory is short.
   static CGdiObject* FromHandle(HGDIOBJ object);
   static void DeleteTempMap();
 
@@ -144,7 +145,8 @@ class VARDELL_API CGdiObject : public CObject {
   // Takes ownership of the handle. FALSE for a null handle or when a handle is already held.
   BOOL Attach(HGDIOBJ object);
   HGDIOBJ Detach() noexcept;
-  // Deletes the object held; FALSE when there is none.
+  // Detaches the object held and deletes it; FALSE when there is none or DeleteObject refuses
+  // (the object then stays alive, no longer held, as in MFC).
   BOOL DeleteObject();
   int GetObject(int count, LPVOID buffer) const;
   BOOL CreateStockObject(int index);
@@ -152,7 +154,11 @@ class VARDELL_API CGdiObject : public CObject {
   HGDIOBJ m_hObject = nullptr;
 
  protected:
-  // The handle a Create made, attached; FALSE (nothing attached) for a null one.
+  // FromHandle for the wrapper classes: a temporary made here is of the class of kind (an OBJ_*
+  // type) whatever the handle names, so that the wrapper class's FromHandle may cast it.
+  static CGdiObject* FromHandle(HGDIOBJ object, DWORD kind);
+  // The handle a Create made, attached; FALSE for a null one. When a handle is already held, or
+  // the handle cannot be attached, the new object is deleted and the answer is FALSE.
   BOOL AttachNew(HGDIOBJ object);
 };
 
@@ -161,7 +167,9 @@ class VARDELL_API CPen : public CGdiObject {
   CPen() noexcept = default;
   // MFC throws when the pen cannot be made; here the wrapper is left empty instead.
   CPen(int style, int width, COLORREF color);
-  static CPen* FromHandle(HPEN pen) { return static_cast<CPen*>(CGdiObject::FromHandle(pen)); }
+  static CPen* FromHandle(HPEN pen) {
+    return static_cast<CPen*>(CGdiObject::FromHandle(pen, OBJ_PEN));
+  }
   operator HPEN() const noexcept { return static_cast<HPEN>(m_hObject); }
   BOOL CreatePen(int style, int width, COLORREF color);
   BOOL CreatePenIndirect(const LOGPEN* logPen);
@@ -173,7 +181,7 @@ class VARDELL_API CBrush : public CGdiObject {
   CBrush() noexcept = default;
   explicit CBrush(COLORREF color);
   static CBrush* FromHandle(HBRUSH brush) {
-    return static_cast<CBrush*>(CGdiObject::FromHandle(brush));
+    return static_cast<CBrush*>(CGdiObject::FromHandle(brush, OBJ_BRUSH));
   }
   operator HBRUSH() const noexcept { return static_cast<HBRUSH>(m_hObject); }
   BOOL CreateSolidBrush(COLORREF color);
@@ -185,7 +193,7 @@ class VARDELL_API CBitmap : public CGdiObject {
  public:
   CBitmap() noexcept = default;
   static CBitmap* FromHandle(HBITMAP bitmap) {
-    return static_cast<CBitmap*>(CGdiObject::FromHandle(bitmap));
+    return static_cast<CBitmap*>(CGdiObject::FromHandle(bitmap, OBJ_BITMAP));
   }
   operator HBITMAP() const noexcept { return static_cast<HBITMAP>(m_hObject); }
   BOOL CreateCompatibleBitmap(CDC* dc, int width, int height);

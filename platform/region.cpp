@@ -8,10 +8,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <memory>
-#include <mutex>
 #include <new>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -332,94 +329,6 @@ DWORD GetRegionData(HRGN region, DWORD count, LPRGNDATA data) {
 }
 
 // CRgn
-
-namespace {
-
-// Handles attached to a CRgn. Never destroyed, so that CRgn objects outliving static
-// destruction can still detach.
-struct PermanentMap {
-  std::mutex mutex;
-  std::unordered_map<const void*, CRgn*> objects;
-};
-PermanentMap& Permanent() {
-  static PermanentMap* map = new PermanentMap;
-  return *map;
-}
-
-// A temporary CRgn only wraps a handle; it never deletes the region.
-struct TemporaryDeleter {
-  void operator()(CRgn* rgn) const noexcept {
-    rgn->m_hObject = nullptr;
-    delete rgn;
-  }
-};
-thread_local std::unordered_map<const void*, std::unique_ptr<CRgn, TemporaryDeleter>> t_temporary;
-
-}  // namespace
-
-CRgn::~CRgn() { DeleteObject(); }
-
-CRgn* CRgn::FromHandle(HRGN region) {
-  if (region == nullptr) return nullptr;
-  {
-    PermanentMap& permanent = Permanent();
-    std::lock_guard lock(permanent.mutex);
-    const auto found = permanent.objects.find(region);
-    if (found != permanent.objects.end()) return found->second;
-  }
-  try {
-    auto& slot = t_temporary[region];
-    if (!slot) {
-      slot.reset(new CRgn);
-      slot->m_hObject = region;
-    }
-    return slot.get();
-  } catch (const std::bad_alloc&) {
-    t_temporary.erase(region);
-    return nullptr;
-  }
-}
-
-void CRgn::DeleteTempMap() { t_temporary.clear(); }
-
-BOOL CRgn::Attach(HGDIOBJ object) {
-  if (object == nullptr || m_hObject != nullptr) return FALSE;
-  try {
-    PermanentMap& permanent = Permanent();
-    std::lock_guard lock(permanent.mutex);
-    permanent.objects[object] = this;
-  } catch (const std::bad_alloc&) {
-    return FALSE;
-  }
-  m_hObject = object;
-  return TRUE;
-}
-
-HGDIOBJ CRgn::Detach() noexcept {
-  HGDIOBJ object = m_hObject;
-  if (object != nullptr) {
-    PermanentMap& permanent = Permanent();
-    std::lock_guard lock(permanent.mutex);
-    const auto found = permanent.objects.find(object);
-    if (found != permanent.objects.end() && found->second == this) permanent.objects.erase(found);
-  }
-  m_hObject = nullptr;
-  return object;
-}
-
-BOOL CRgn::DeleteObject() {
-  if (m_hObject == nullptr) return FALSE;
-  return ::DeleteObject(Detach());
-}
-
-BOOL CRgn::AttachNew(HRGN region) {
-  if (region == nullptr) return FALSE;
-  if (!Attach(region)) {
-    ::DeleteObject(region);
-    return FALSE;
-  }
-  return TRUE;
-}
 
 BOOL CRgn::CreateRectRgn(int x1, int y1, int x2, int y2) {
   return AttachNew(::CreateRectRgn(x1, y1, x2, y2));

@@ -16,6 +16,7 @@
 
 #include "platform/export.h"
 #include "platform/gdi_object.h"
+#include "platform/gdi_objects.h"
 #include "platform/geometry.h"
 #include "platform/win_types.h"
 
@@ -127,28 +128,20 @@ VARDELL_API BOOL EqualRgn(HRGN a, HRGN b);
 // 0 for an invalid handle.
 VARDELL_API DWORD GetRegionData(HRGN region, DWORD count, LPRGNDATA data);
 
-// MFC's region object. It owns the region its m_hObject names and deletes it when destroyed.
-class VARDELL_API CRgn {
+// MFC's region object, a CGdiObject: m_hObject, Attach, Detach, DeleteObject and the permanent
+// and temporary wrapper maps are CGdiObject's, shared with the other GDI wrappers.
+class VARDELL_API CRgn : public CGdiObject {
  public:
   CRgn() noexcept = default;
-  ~CRgn();
-  CRgn(const CRgn&) = delete;
-  CRgn& operator=(const CRgn&) = delete;
 
-  // The permanent CRgn attached to the handle, or else a temporary one owned by the calling
+  // The permanent wrapper attached to the handle, or else a temporary CRgn owned by the calling
   // thread that stays valid until DeleteTempMap or the thread's end; the temporary never deletes
   // the region. nullptr for a null handle.
-  static CRgn* FromHandle(HRGN region);
-  static void DeleteTempMap();
+  static CRgn* FromHandle(HRGN region) {
+    return static_cast<CRgn*>(CGdiObject::FromHandle(region, OBJ_REGION));
+  }
 
   operator HRGN() const noexcept { return static_cast<HRGN>(m_hObject); }
-  HGDIOBJ GetSafeHandle() const noexcept { return m_hObject; }
-  // Takes ownership of the handle. FALSE for a null handle or when this object already holds
-  // one (MFC asserts there).
-  BOOL Attach(HGDIOBJ object);
-  HGDIOBJ Detach() noexcept;
-  // Deletes the region held; FALSE when there is none.
-  BOOL DeleteObject();
 
   // Each Create answers FALSE, holding nothing new, when the region cannot be made or this
   // object already holds one.
@@ -172,9 +165,4 @@ class VARDELL_API CRgn {
   BOOL PtInRegion(int x, int y) const;
   BOOL PtInRegion(POINT point) const;
   BOOL RectInRegion(const RECT* rect) const;
-
-  HGDIOBJ m_hObject = nullptr;
-
- private:
-  BOOL AttachNew(HRGN region);
 };

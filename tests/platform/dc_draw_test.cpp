@@ -278,7 +278,7 @@ TEST(Shapes, MixModesAndFillRect) {
   SelectObject(dc.hdc(), GetStockObject(WHITE_BRUSH));
   DeleteObject(brush);
   EXPECT_EQ(FillRect(dc.hdc(), &r, brush), 0);  // deleted
-  // A deleted stock object comes back from GetStockObject.
+  // Deleting a stock object is harmless.
   EXPECT_TRUE(DeleteObject(GetStockObject(GRAY_BRUSH)));
   LOGBRUSH lb{};
   EXPECT_EQ(GetObject(GetStockObject(GRAY_BRUSH), sizeof lb, &lb), static_cast<int>(sizeof lb));

@@ -55,12 +55,48 @@ TEST(DeviceContext, BitmapsBelongToOneDcAtATime) {
   // The stock bitmap is shared freely; a DC holding it cannot draw.
   EXPECT_NE(SelectObject(first, stock), nullptr);
   EXPECT_FALSE(PatBlt(first, 0, 0, 1, 1, WHITENESS));
-  // A bitmap deleted while selected leaves its DC without a surface: drawing fails, no crash.
-  EXPECT_TRUE(DeleteObject(bitmap));
-  EXPECT_FALSE(PatBlt(second, 0, 0, 1, 1, WHITENESS));
-  EXPECT_EQ(GetPixel(second, 0, 0), CLR_INVALID);
+  // Deleting it while selected fails and the DC draws on; deleting its DC lets it go.
+  EXPECT_FALSE(DeleteObject(bitmap));
+  EXPECT_TRUE(PatBlt(second, 0, 0, 1, 1, WHITENESS));
+  EXPECT_EQ(GetPixel(second, 0, 0), RGB(255, 255, 255));
   DeleteDC(first);
   DeleteDC(second);
+  EXPECT_TRUE(DeleteObject(bitmap));
+}
+
+TEST(DeviceContext, DeleteObjectRefusesSelectedObjectsAndKeepsStockOnes) {
+  MemoryDc dc(2, 1);
+  HPEN pen = CreatePen(PS_SOLID, 1, RGB(255, 0, 0));
+  HBRUSH brush = CreateSolidBrush(RGB(0, 0, 255));
+  const HGDIOBJ stockPen = SelectObject(dc.hdc(), pen);
+  const HGDIOBJ stockBrush = SelectObject(dc.hdc(), brush);
+  EXPECT_FALSE(DeleteObject(pen));
+  EXPECT_FALSE(DeleteObject(brush));
+  EXPECT_EQ(GetObjectType(pen), OBJ_PEN);
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 1, 1, PATCOPY));
+  MoveToEx(dc.hdc(), 1, 0, nullptr);
+  LineTo(dc.hdc(), 2, 0);
+  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{Px(0, 0, 255), Px(255, 0, 0)}));
+
+  // Selected into two DCs, the pen stays until both let it go; reselecting does not count twice.
+  HDC other = CreateCompatibleDC(nullptr);
+  SelectObject(other, pen);
+  SelectObject(other, pen);
+  SelectObject(dc.hdc(), stockPen);
+  EXPECT_FALSE(DeleteObject(pen));
+  EXPECT_TRUE(DeleteDC(other));
+  EXPECT_TRUE(DeleteObject(pen));
+  EXPECT_EQ(GetObjectType(pen), 0u);
+
+  // A stock object answers TRUE and stays, selected or not.
+  SelectObject(dc.hdc(), stockBrush);
+  EXPECT_TRUE(DeleteObject(brush));
+  EXPECT_TRUE(DeleteObject(stockBrush));
+  EXPECT_TRUE(DeleteObject(GetStockObject(NULL_PEN)));
+  EXPECT_EQ(GetStockObject(WHITE_BRUSH), stockBrush);
+  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 2, 1, PATCOPY));
+  EXPECT_EQ(dc.At(1, 0), Px(255, 255, 255));
+  EXPECT_EQ(GetObjectType(GetStockObject(NULL_PEN)), OBJ_PEN);
 }
 
 TEST(DeviceContext, BitmapSizes) {
@@ -180,6 +216,7 @@ TEST(DeviceContext, CdcWrapsTheHandleFunctions) {
 
   CRgn clip;
   clip.CreateRectRgn(0, 0, 1, 1);
+  EXPECT_EQ(dc.SelectObject(&clip), SIMPLEREGION);
   EXPECT_EQ(dc.SelectClipRgn(&clip), SIMPLEREGION);
   EXPECT_EQ(dc.SelectClipRgn(nullptr), NULLREGION);  // the stock bitmap shows nothing
   CGdiObject::DeleteTempMap();
@@ -206,6 +243,7 @@ TEST(WindowSurface, DrawsIntoItsBackingPixels) {
   EXPECT_EQ(window.GetPixel(6, 0), CLR_INVALID);
   EXPECT_EQ(window.TakeDirtyRect(), CRect(1, 0, 6, 3));
   EXPECT_FALSE(DeleteDC(dc->GetSafeHdc()));  // the DC belongs to the surface
+  EXPECT_FALSE(DeleteObject(dc->GetSafeHdc()));
 
   // Resizing keeps the DC and its state.
   dc->SetROP2(R2_NOT);

@@ -634,4 +634,31 @@ TEST(CRgnTest, OwnsItsHandleAndWrapsOthers) {
   EXPECT_FALSE(DeleteObject(nullptr));
 }
 
+TEST(CRgnTest, GoesThroughTheGdiObjectMaps) {
+  CRgn rgn;
+  ASSERT_TRUE(rgn.CreateRectRgn(0, 0, 2, 2));
+  const HRGN held = rgn;
+  EXPECT_EQ(CGdiObject::FromHandle(held), &rgn);
+
+  // The shared factory makes a CRgn for a region, the same one CRgn::FromHandle answers.
+  const HRGN loose = CreateRectRgn(1, 1, 3, 3);
+  CGdiObject* temp = CGdiObject::FromHandle(loose);
+  ASSERT_NE(dynamic_cast<CRgn*>(temp), nullptr);
+  EXPECT_EQ(CRgn::FromHandle(loose), temp);
+  EXPECT_EQ(CRgn::FromHandle(loose)->CombineRgn(&rgn, CRgn::FromHandle(loose), RGN_AND),
+            SIMPLEREGION);
+  CGdiObject::DeleteTempMap();
+  EXPECT_EQ(Str(loose), "(1,1,2,2)");  // the temporary did not delete it
+  EXPECT_TRUE(DeleteObject(loose));
+  // A stale handle still gives a CRgn, whose calls fail.
+  RECT box;
+  EXPECT_EQ(CRgn::FromHandle(loose)->GetRgnBox(&box), ERROR);
+  CRgn::DeleteTempMap();
+
+  CGdiObject* base = &rgn;
+  EXPECT_TRUE(base->DeleteObject());
+  EXPECT_EQ(GetObjectType(held), 0u);
+  EXPECT_EQ(rgn.m_hObject, nullptr);
+}
+
 }  // namespace
