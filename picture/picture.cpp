@@ -35,7 +35,11 @@ void FillPixels(BYTE* dst, std::size_t count, Bgr c) noexcept {
 
 CPicture::CPicture() { vardell::ByteTables::Get(); }
 
-CPicture::~CPicture() { ReleaseBuffer(); }
+CPicture::~CPicture() {
+  // The worker must not outlive the picture it writes to.
+  if (IsLoading()) CancelLoading();
+  ReleaseBuffer();
+}
 
 void CPicture::ReleaseBuffer() noexcept {
   delete[] m_pBuffer;

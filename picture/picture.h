@@ -45,6 +45,7 @@ class VARDELL_API CPicture {
  public:
   // Empty picture (no buffer); the first picture of the process builds the shared byte tables.
   CPicture();
+  // A background load still running is cancelled and waited for first.
   ~CPicture();
   // Pictures are copied only with Duplicate.
   CPicture(const CPicture&) = delete;
@@ -118,9 +119,13 @@ class VARDELL_API CPicture {
 
   // Loads the bitmap file at path reduced to size on a worker thread, posting progress (wParam 1),
   // cancellation (2) and the end (3) to pWnd with message; answers the started thread, or null
-  // when nothing was started. A load already running is cancelled first.
+  // when nothing was started. A load already running is cancelled first. The file's headers are
+  // checked here, so a refused file starts no thread and leaves the picture as it was. While
+  // IsLoading() the worker owns the pixels, the header and the file; pWnd must outlive the load.
   CWinThread* LoadPictureInBackground(const CString& path, CSize size, CWnd* pWnd, UINT message);
-  // Asks the running load to stop and waits until its worker has ended.
+  // Asks the running load to stop and waits until its worker has ended. The end of every load
+  // leaves one signal that the first call after it consumes; a call with no load running and no
+  // signal left waits for ever (intended): test IsLoading() first.
   void CancelLoading();
   BOOL IsLoading() const noexcept { return m_bLoading.load(); }
 
@@ -195,6 +200,8 @@ class VARDELL_API CPicture {
   // Reads the bitmap file at path reduced to size (or at full size when size is not a reduction
   // of it), sampling one file row per picture row.
   int LoadPicturePreview(const CString& path, CSize size);
+  // The background loader's thread procedure; param is the picture.
+  static UINT LoadingWorker(LPVOID param);
 
   // Drops the buffer without touching the header.
   void ReleaseBuffer() noexcept;

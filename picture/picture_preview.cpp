@@ -48,6 +48,27 @@ CSize ChooseTargetSize(CSize fileSize, CSize wanted) noexcept {
   return wanted;
 }
 
+CString ReadReducibleHeader(CFile& file, const CString& path, CSize target,
+                            BITMAPINFOHEADER& header, Reduction& r) {
+  if (!picture_io::ReadFileHeader(file)) return text::NotBitmapFormat(path);
+  if (!picture_io::ReadInfoHeader(file, header) || header.biSize != BITMAPINFOHEADER::kFileSize)
+    return text::DamagedBitmap(path);
+  if (header.biBitCount != 24) return text::NotTrueColor(path);
+  if (header.biWidth < 0 || header.biHeight < 0) return text::DamagedBitmap(path);
+  // Every file row must be there; the file itself may be larger than a picture can be, as only
+  // the sampled rows are read.
+  r = Reduction{header.biWidth, header.biHeight, Stride64(header.biWidth), 0, 0};
+  const std::int64_t available = picture_io::LengthOf(file) - picture_io::kHeadersSize;
+  if (!picture_io::RowsFit(r.fileStride, r.fileHeight, available))
+    return text::LengthIncorrect(path);
+  // The file may have changed since its size was asked; never sample beyond the rows it has.
+  if (target.cx > r.fileWidth || target.cy > r.fileHeight)
+    target = CSize(r.fileWidth, r.fileHeight);
+  r.targetWidth = target.cx;
+  r.targetHeight = target.cy;
+  return CString();
+}
+
 int ReduceRows(CFile& file, const Reduction& r, BYTE* dst, BYTE* row,
                const std::function<bool(int)>& beforeRow) noexcept {
   const std::int64_t dstStride = Stride64(r.targetWidth);
@@ -85,26 +106,11 @@ int CPicture::LoadPicturePreview(const CString& path, CSize size) {
     ThrowErrorMessage(message);
     return 0;
   };
-  if (!vardell::picture_io::ReadFileHeader(file)) return fail(text::NotBitmapFormat(path));
-  // The file's header is read aside, so a refused file leaves the picture as it was.
   BITMAPINFOHEADER header{};
-  if (!vardell::picture_io::ReadInfoHeader(file, header) ||
-      header.biSize != BITMAPINFOHEADER::kFileSize)
-    return fail(text::DamagedBitmap(path));
-  if (header.biBitCount != 24) return fail(text::NotTrueColor(path));
-  if (header.biWidth < 0 || header.biHeight < 0) return fail(text::DamagedBitmap(path));
-  // Every file row must be there; the file itself may be larger than a picture can be, as only
-  // the sampled rows are read.
-  vardell::preview::Reduction r{header.biWidth, header.biHeight, Stride64(header.biWidth), 0, 0};
-  const std::int64_t available =
-      vardell::picture_io::LengthOf(file) - vardell::picture_io::kHeadersSize;
-  if (!vardell::picture_io::RowsFit(r.fileStride, r.fileHeight, available))
-    return fail(text::LengthIncorrect(path));
-  // The file may have changed since its size was asked; never sample beyond the rows it has.
-  if (target.cx > r.fileWidth || target.cy > r.fileHeight)
-    target = CSize(r.fileWidth, r.fileHeight);
-  r.targetWidth = target.cx;
-  r.targetHeight = target.cy;
+  vardell::preview::Reduction r{};
+  // The file's header is read aside, so a refused file leaves the picture as it was.
+  const CString refused = vardell::preview::ReadReducibleHeader(file, path, target, header, r);
+  if (!refused.IsEmpty()) return fail(refused);
   const std::int64_t targetStride = Stride64(r.targetWidth);
   if (r.fileStride > vardell::picture_io::kMaxDataSize ||
       !vardell::picture_io::RowsFit(targetStride, r.targetHeight,

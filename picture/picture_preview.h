@@ -2,6 +2,8 @@
 // by the synchronous preview load and the background loader. Internal to the picture component.
 #pragma once
 
+#include "platform/bitmap.h"
+#include "platform/cstring.h"
 #include "platform/file.h"
 #include "platform/geometry.h"
 #include "platform/win_types.h"
@@ -39,6 +41,14 @@ struct Reduction {
   int targetWidth;
   int targetHeight;
 };
+
+// Reads the two headers of a file opened at its start and checks that it can be reduced: a bitmap
+// file of 24 bits a pixel, non-negative dimensions, every file row present. On success the file is
+// left on its first pixel row, header holds the file's own header, r the file's geometry with
+// target as its target size (never beyond the file's rows: the file may have changed since its size
+// was asked), and the answer is empty; otherwise the answer is the text to report.
+CString ReadReducibleHeader(CFile& file, const CString& path, CSize target,
+                            BITMAPINFOHEADER& header, Reduction& r);
 
 // Fills dst (bottom row first, rows Stride(targetWidth) apart, padding zeroed) from file, which is
 // positioned on the first byte of the bottom file row. Each destination row costs one seek
