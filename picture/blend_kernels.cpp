@@ -24,13 +24,24 @@ void CopyPixels(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
   }
 }
 
-void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint8_t* lut,
+void CopyPixelsWide(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
+                    std::size_t n) noexcept {
+  if (n == 0) return;
+  for (std::size_t i = 0; i + 1 < n; ++i, dst += 3) {
+    std::uint32_t v;
+    std::memcpy(&v, src, 4);
+    std::memcpy(dst, &v, 4);
+    src += steps[i];
+  }
+  dst[0] = src[0];
+  dst[1] = src[1];
+  dst[2] = src[2];
+}
+
+void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint32_t* lut,
                    std::uint8_t* out, std::size_t n) noexcept {
   for (std::size_t i = 0; i < n; ++i, out += 3) {
-    const std::uint8_t w = lut[*mask];
-    out[0] = w;
-    out[1] = w;
-    out[2] = w;
+    std::memcpy(out, &lut[*mask], 4);
     if (i + 1 < n) mask += steps[i];
   }
 }

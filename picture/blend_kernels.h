@@ -31,10 +31,17 @@ namespace vardell::kernels {
 // a row drawn onto an overlapping part of itself gives the results of that walk.
 void CopyPixels(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
                 std::size_t n) noexcept;
+// The same pixels for rows that do not overlap, each but the last moved as one 4-byte word: the
+// byte after each of the first n - 1 source pixels must be readable, and the byte written after
+// each of the first n - 1 target pixels is the next pixel's, written again right after.
+void CopyPixelsWide(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
+                    std::size_t n) noexcept;
 
-// out[3i], out[3i + 1], out[3i + 2] = lut[*mask] for n pixels, moving mask by steps[i] bytes after
-// pixel i: one mask byte a pixel turned into a weight for each of its channels.
-void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint8_t* lut,
+// Turns one mask byte a pixel into a weight for each of its three channels: out[3i], out[3i + 1]
+// and out[3i + 2] get the weight of the mask byte of pixel i, read at mask and moving mask by
+// steps[i] bytes after pixel i. lut holds each weight in all four bytes (w * 0x01010101); out
+// must hold 3n + 1 bytes, as each pixel is written as one 4-byte word.
+void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint32_t* lut,
                    std::uint8_t* out, std::size_t n) noexcept;
 
 // ---- Uniform level w ----

@@ -73,6 +73,7 @@ bool ClipRects(const CRect& targetRect, const CRect& pictureRect, const CRect& d
   s.IntersectRect(pictureRect, srcRect);
   if (s.IsRectEmpty()) return false;
   if (s != srcRect) {
+    // The mask rectangle keeps the first cut only; it then spans the narrowed d: intended.
     CRect r = s;
     ScaleTransform(srcRect, d, r);
     d = r;
@@ -107,23 +108,29 @@ bool Overlaps(const BYTE* a, std::size_t aBytes, const BYTE* b, std::size_t bByt
   return pa < pb + bBytes && pb < pa + aBytes;
 }
 
-// The mask side of a masked blend: the mask, its (clipped) rectangle and the 256-entry table
-// that turns a mask byte into the per-channel weight the row kernel takes.
+// The mask side of a masked blend: the mask and the 256-entry table that turns a mask byte
+// into the weight the row kernel takes, held in all four bytes of a word.
 struct MaskSource {
   const CMask* mask;
-  const BYTE* lut;
+  const std::uint32_t* lut;
 };
 
 // Row functor of the scaled copy: copies sampled pixels straight into the target row.
 struct CopyRow {};
 
 // The walk shared by the scaled copy and blends: clipping, sampling tables, then one call of
-// row(src, dst, weights, bytes) per run of target bytes. Rows are walked from the top; a source
-// row that overlaps its target row (a picture drawn onto itself) is handed over pixel by pixel.
+// row(src, dst, weights, bytes) per run of target bytes.
+//
+// Row order: the system walked rows from the top. That order is kept, and a source row that
+// overlaps its target row is handed over pixel by pixel, whenever source and target share a
+// buffer (a picture drawn onto itself), where the order shows in the result. Between two
+// buffers it cannot show, and rows are walked in memory order (from the bottom row, the first in
+// memory) instead, which streams through memory about twice as fast.
 template <class Row>
 int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, const CRect& srcRect,
               const CRect* maskRect, const MaskSource* maskSource, const CRect* clipRect,
               Row&& row) {
+  constexpr bool kCopy = std::is_same_v<std::decay_t<Row>, CopyRow>;
   if (!source.IsValid() || !target.IsValid()) return 0;
   if (maskSource != nullptr && !maskSource->mask->IsValid()) return 0;
   Clipped c;
@@ -152,50 +159,65 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     maskHeight = static_cast<int>(mh);
   }
 
+  const std::size_t bytes = static_cast<std::size_t>(dw) * 3;
   auto columnSteps = NewArray<int>(static_cast<std::size_t>(dw));
   auto rowSteps = NewArray<std::ptrdiff_t>(static_cast<std::size_t>(dh));
-  auto scratch = NewArray<std::uint8_t>(contiguous ? 0 : static_cast<std::size_t>(dw) * 3);
+  auto scratch = NewArray<std::uint8_t>(kCopy || contiguous ? 0 : bytes);
   std::unique_ptr<int[]> maskColumnSteps;
   std::unique_ptr<std::ptrdiff_t[]> maskRowSteps;
   std::unique_ptr<std::uint8_t[]> weights;
   if (mask != nullptr) {
     maskColumnSteps = NewArray<int>(static_cast<std::size_t>(dw));
     maskRowSteps = NewArray<std::ptrdiff_t>(static_cast<std::size_t>(dh));
-    weights = NewArray<std::uint8_t>(static_cast<std::size_t>(dw) * 3);
+    weights = NewArray<std::uint8_t>(bytes + 1);
     if (!maskColumnSteps || !maskRowSteps || !weights) return 0;
   }
   if (!columnSteps || !rowSteps || !scratch) return 0;
 
-  const std::ptrdiff_t srcStride = source.GetDataWidth(), dstStride = target.GetDataWidth();
+  const bool sameBuffer = source.GetBuffer() == target.GetBuffer();
+  const bool fromTop = sameBuffer;
   // Rows are bottom-up: one row down the picture is minus one stride.
+  const std::ptrdiff_t srcStride = source.GetDataWidth(), dstStride = target.GetDataWidth();
   FillSteps(columnSteps.get(), dw, sw, 3);
   FillSteps(rowSteps.get(), dh, sh, -srcStride);
-  const BYTE* srcRow = source.GetLineBuffer(c.s.top) + 3 * static_cast<std::ptrdiff_t>(c.s.left);
-  BYTE* dstRow = target.GetLineBuffer(c.d.top) + 3 * static_cast<std::ptrdiff_t>(c.d.left);
+  int j = fromTop ? 0 : dh - 1;
+  const auto sampledRow = [&](int first, int extent) {
+    return first + static_cast<int>(static_cast<std::int64_t>(j) * extent / dh);
+  };
+  const BYTE* srcRow =
+      source.GetLineBuffer(sampledRow(c.s.top, sh)) + 3 * static_cast<std::ptrdiff_t>(c.s.left);
+  BYTE* dstRow = target.GetLineBuffer(c.d.top + j) + 3 * static_cast<std::ptrdiff_t>(c.d.left);
+  // The source's top row is the last in memory: no byte may be read beyond its pixels.
+  const BYTE* const srcLastRow = source.GetLineBuffer(0);
   const BYTE* maskRow = nullptr;
   if (mask != nullptr) {
     const std::ptrdiff_t maskStride = mask->GetDataWidth();
     FillSteps(maskColumnSteps.get(), dw, maskWidth, 1);
     FillSteps(maskRowSteps.get(), dh, maskHeight, -maskStride);
     maskRow = mask->GetBuffer() +
-              static_cast<std::ptrdiff_t>(mask->Height() - 1 - c.mask.top) * maskStride +
+              static_cast<std::ptrdiff_t>(mask->Height() - 1 - sampledRow(c.mask.top, maskHeight)) *
+                  maskStride +
               c.mask.left;
   }
 
-  const bool sameBuffer = source.GetBuffer() == target.GetBuffer();
-  const std::size_t bytes = static_cast<std::size_t>(dw) * 3;
   const std::size_t srcBytes = static_cast<std::size_t>(sw) * 3;
-  for (int j = 0; j < dh; ++j) {
+  for (;;) {
     if (mask != nullptr)
       kernels::ExpandWeights(maskRow, maskColumnSteps.get(), maskSource->lut, weights.get(),
                              static_cast<std::size_t>(dw));
     const bool inPlace = contiguous && srcRow == dstRow;
     const bool overlapping = sameBuffer && !inPlace && Overlaps(srcRow, srcBytes, dstRow, bytes);
-    if constexpr (std::is_same_v<std::decay_t<Row>, CopyRow>) {
-      if (overlapping || !contiguous)
+    const bool wide =
+        !overlapping && srcRow - 3 * static_cast<std::ptrdiff_t>(c.s.left) != srcLastRow;
+    if constexpr (kCopy) {
+      if (overlapping)
         kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
-      else if (!inPlace)
-        std::memcpy(dstRow, srcRow, bytes);
+      else if (contiguous)
+        std::memcpy(dstRow, srcRow, inPlace ? 0 : bytes);
+      else if (wide)
+        kernels::CopyPixelsWide(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
+      else
+        kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
     } else if (overlapping) {
       const BYTE* s = srcRow;
       for (int i = 0; i < dw; ++i) {
@@ -205,22 +227,32 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     } else if (contiguous) {
       row(srcRow, dstRow, weights.get(), bytes);
     } else {
-      kernels::CopyPixels(srcRow, columnSteps.get(), scratch.get(), static_cast<std::size_t>(dw));
+      (wide ? kernels::CopyPixelsWide : kernels::CopyPixels)(
+          srcRow, columnSteps.get(), scratch.get(), static_cast<std::size_t>(dw));
       row(scratch.get(), dstRow, weights.get(), bytes);
     }
-    if (j + 1 == dh) break;
-    srcRow += rowSteps[j];
-    dstRow -= dstStride;
-    if (mask != nullptr) maskRow += maskRowSteps[j];
+    if (fromTop) {
+      if (++j == dh) break;
+      srcRow += rowSteps[j - 1];
+      dstRow -= dstStride;
+      if (mask != nullptr) maskRow += maskRowSteps[j - 1];
+    } else {
+      if (j-- == 0) break;
+      srcRow -= rowSteps[j];
+      dstRow += dstStride;
+      if (mask != nullptr) maskRow -= maskRowSteps[j];
+    }
   }
   return 1;
 }
 
 // The mask table of a masked blend: the weight of a mask byte v is M[level][N[v]] for the blend
-// and N[v] for the additive form, N the identity (row 255 of M) or, with bInvertMask, I.
-void BuildMaskTable(BYTE* lut, BYTE level, int bAdd, int bInvertMask, const ByteTables& t) {
+// and N[v] for the additive form, N the identity (row 255 of M) or, with bInvertMask, I; each
+// held in all four bytes of a word for the weight expansion.
+void BuildMaskTable(std::uint32_t* lut, BYTE level, int bAdd, int bInvertMask,
+                    const ByteTables& t) {
   const BYTE* n = bInvertMask ? t.inv : t.mul[255];
-  for (int v = 0; v < 256; ++v) lut[v] = bAdd ? n[v] : t.mul[level][n[v]];
+  for (int v = 0; v < 256; ++v) lut[v] = 0x01010101u * (bAdd ? n[v] : t.mul[level][n[v]]);
 }
 
 HDC SafeHdc(CDC* dc) noexcept { return dc != nullptr ? dc->GetSafeHdc() : nullptr; }
@@ -244,14 +276,20 @@ int CPicture::Draw(CPicture& target, CRect dstRect, CPoint srcPoint) {
     return 1;
   const int w = std::min(c.d.Width(), c.s.Width()), h = std::min(c.d.Height(), c.s.Height());
   const std::ptrdiff_t srcStride = GetDataWidth(), dstStride = target.GetDataWidth();
-  const BYTE* src = GetLineBuffer(c.s.top) + 3 * static_cast<std::ptrdiff_t>(c.s.left);
-  BYTE* dst = target.GetLineBuffer(c.d.top) + 3 * static_cast<std::ptrdiff_t>(c.d.left);
+  // From the top row when the picture is copied onto itself, as the system did; between two
+  // pictures in memory order, which is faster and gives the same result.
+  const bool fromTop = m_pBuffer == target.m_pBuffer;
+  const int first = fromTop ? 0 : h - 1;
+  const BYTE* src = GetLineBuffer(c.s.top + first) + 3 * static_cast<std::ptrdiff_t>(c.s.left);
+  BYTE* dst = target.GetLineBuffer(c.d.top + first) + 3 * static_cast<std::ptrdiff_t>(c.d.left);
+  const std::ptrdiff_t srcStep = fromTop ? -srcStride : srcStride;
+  const std::ptrdiff_t dstStep = fromTop ? -dstStride : dstStride;
   for (int y = 0; y < h; ++y) {
     // One block copy per row; memmove so a picture copied onto itself stays defined.
     std::memmove(dst, src, static_cast<std::size_t>(w) * 3);
     if (y + 1 == h) break;
-    src -= srcStride;
-    dst -= dstStride;
+    src += srcStep;
+    dst += dstStep;
   }
   return 1;
 }
@@ -286,7 +324,7 @@ int CPicture::DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, CM
                               clipRect);
   if (level == 0) return 1;
   const ByteTables& t = ByteTables::Get();
-  BYTE lut[256];
+  std::uint32_t lut[256];
   BuildMaskTable(lut, level, bAdd, bInvertMask, t);
   const MaskSource maskSource{&mask, lut};
   const bool sse2 = vardell::simd::UseSse2();
@@ -320,7 +358,7 @@ int CPicture::DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect,
                                  CRect clipRect) {
   if (level == 0) return 1;
   const ByteTables& t = ByteTables::Get();
-  BYTE lut[256];
+  std::uint32_t lut[256];
   BuildMaskTable(lut, level, bAdd, bInvertMask, t);
   const MaskSource maskSource{&mask, lut};
   const bool sse2 = vardell::simd::UseSse2();

@@ -25,7 +25,6 @@ struct FixedWalk {
 // The caller guarantees that every one of these positions lies inside the source.
 void RotateCopyRun(const std::uint8_t* srcTop, std::ptrdiff_t srcStride, FixedWalk walk,
                    std::uint8_t* dst, std::size_t n) noexcept;
-
 // A mask walked beside the source. Positions outside [left, right) x [top, bottom) (rounding at
 // the edges of the mask rectangle) read the nearest pixel inside it; the rectangle must not be
 // empty. lut turns a mask byte into its value (identity or inverse).

@@ -48,6 +48,12 @@ namespace kernels = vardell::kernels;
 constexpr const char* kRegionAllocFailed = "Can not alloc memory when getting outline of a region.";
 constexpr double kMinAngle = 0.05;
 constexpr std::int64_t kOne = 4096;  // 1.0 in 20.12 fixed point
+// One row of a region rectangle: target row y from left to right, and the source walk of its
+// first pixel.
+struct Run {
+  int y, left, right;
+  vardell::kernels::FixedWalk walk;
+};
 
 CPoint CentreOf(const CRect& r) noexcept {
   return CPoint(static_cast<int>((std::int64_t{r.left} + r.right) / 2),
@@ -183,41 +189,49 @@ int RotateWalk(const CPicture& source, CPicture& target, const CRect& dstRect, c
                                  {0, 0, std::int64_t{m1.x} - m0.x, std::int64_t{m1.y} - m0.y}};
   }
 
-  for (DWORD i = 0; i < rects.Count(); ++i) {
-    const RECT r = rects.At(i);
-    const std::int64_t n = std::int64_t{r.right} - r.left;
-    for (int y = r.top; y < r.bottom; ++y) {
-      const CPoint start = toSource(CPoint(r.left, y));
-      const kernels::FixedWalk walk{start.x * kOne, start.y * kOne, dx, dy};
-      BYTE* dst = target.GetLineBuffer(y) + 3 * static_cast<std::ptrdiff_t>(r.left);
-      if (maskCount > 0) {
-        for (int k = 0; k < maskCount; ++k) {
-          CPoint m = start;
-          ScaleTransform(pictureRect, masks[k].rect, m);
-          walks[k].walk.fx = m.x * kOne;
-          walks[k].walk.fy = m.y * kOne;
-        }
-        kernels::RotateBlendRun(srcTop, srcStride, width, height, walk, walks, maskCount, level,
-                                bAdd != 0, t, dst, static_cast<std::size_t>(n));
+  // A run of the plain walk. Its pixels whose source lies inside follow the pointer steps; the
+  // few that rounding puts outside read the nearest edge pixel.
+  const auto copyRun = [&](const Run& run) {
+    const std::int64_t n = std::int64_t{run.right} - run.left;
+    const kernels::FixedWalk& walk = run.walk;
+    BYTE* dst = target.GetLineBuffer(run.y) + 3 * static_cast<std::ptrdiff_t>(run.left);
+    const auto [xLo, xHi] = InsideRange(walk.fx, dx, width, n);
+    const auto [yLo, yHi] = InsideRange(walk.fy, dy, height, n);
+    const std::int64_t lo = std::max(xLo, yLo), hi = std::max(lo, std::min(xHi, yHi));
+    for (std::int64_t k = 0; k < n; ++k) {
+      if (k == lo && hi > lo) {
+        const kernels::FixedWalk inner{walk.fx + lo * dx, walk.fy + lo * dy, dx, dy};
+        kernels::RotateCopyRun(srcTop, srcStride, inner, dst + 3 * lo,
+                               static_cast<std::size_t>(hi - lo));
+        k = hi - 1;
         continue;
       }
-      // The run's pixels whose source lies inside the source walk with the pointer steps; the
-      // few that rounding puts outside read the nearest edge pixel.
-      const auto [xLo, xHi] = InsideRange(walk.fx, dx, width, n);
-      const auto [yLo, yHi] = InsideRange(walk.fy, dy, height, n);
-      const std::int64_t lo = std::max(xLo, yLo), hi = std::max(lo, std::min(xHi, yHi));
-      for (std::int64_t k = 0; k < n; ++k) {
-        if (k == lo && hi > lo) {
-          const kernels::FixedWalk inner{walk.fx + lo * dx, walk.fy + lo * dy, dx, dy};
-          kernels::RotateCopyRun(srcTop, srcStride, inner, dst + 3 * lo,
-                                 static_cast<std::size_t>(hi - lo));
-          k = hi - 1;
-          continue;
-        }
-        const std::int64_t sx = std::clamp<std::int64_t>((walk.fx + k * dx) >> 12, 0, width - 1);
-        const std::int64_t sy = std::clamp<std::int64_t>((walk.fy + k * dy) >> 12, 0, height - 1);
-        std::memcpy(dst + 3 * k, source.GetPixel(static_cast<int>(sx), static_cast<int>(sy)), 3);
-      }
+      const std::int64_t sx = std::clamp<std::int64_t>((walk.fx + k * dx) >> 12, 0, width - 1);
+      const std::int64_t sy = std::clamp<std::int64_t>((walk.fy + k * dy) >> 12, 0, height - 1);
+      std::memcpy(dst + 3 * k, source.GetPixel(static_cast<int>(sx), static_cast<int>(sy)), 3);
+    }
+  };
+  const auto blendRun = [&](const Run& run, CPoint start) {
+    for (int k = 0; k < maskCount; ++k) {
+      CPoint m = start;
+      ScaleTransform(pictureRect, masks[k].rect, m);
+      walks[k].walk.fx = m.x * kOne;
+      walks[k].walk.fy = m.y * kOne;
+    }
+    BYTE* dst = target.GetLineBuffer(run.y) + 3 * static_cast<std::ptrdiff_t>(run.left);
+    kernels::RotateBlendRun(srcTop, srcStride, width, height, run.walk, walks, maskCount, level,
+                            bAdd != 0, t, dst, static_cast<std::size_t>(run.right - run.left));
+  };
+
+  for (DWORD i = 0; i < rects.Count(); ++i) {
+    const RECT r = rects.At(i);
+    for (int y = r.top; y < r.bottom; ++y) {
+      const CPoint start = toSource(CPoint(r.left, y));
+      const Run run{y, r.left, r.right, {start.x * kOne, start.y * kOne, dx, dy}};
+      if (maskCount > 0)
+        blendRun(run, start);
+      else
+        copyRun(run);
     }
   }
   return 1;

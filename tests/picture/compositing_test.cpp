@@ -277,6 +277,8 @@ TEST_F(Compositing, PaddingAndBadInputStayUntouched) {
   EXPECT_EQ(src.Draw(dst, huge, CPoint(INT32_MAX, INT32_MIN)), 1);
   EXPECT_EQ(src.DrawTransparent(dst, CRect(0, 0, 1, 1), CRect(0, 0, 1 << 30, 1 << 30), 50, 1), 1);
   EXPECT_EQ(src.DrawTransparent(dst, huge, all, mask, all, 9, 1, 1, huge), 1);
+  // An inverted mask rectangle inside the mask is sampled backwards.
+  EXPECT_EQ(src.DrawTransparent(dst, all, all, mask, CRect(4, 3, 1, 1), 9, 0, 0, CRect()), 1);
 }
 
 TEST_F(Compositing, DeviceDrawing) {
@@ -301,6 +303,10 @@ TEST_F(Compositing, DeviceDrawing) {
   EXPECT_EQ(dc.At(2, 1), device(3, 2));
   EXPECT_EQ(pic.Draw(cdc, CRect(0, 0, 10, 6), SRCCOPY), 1);  // stretched: 2 pixels a column
   EXPECT_EQ(dc.At(7, 5), device(3, 2));
+  const CRect huge(INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX);
+  pic.Draw(cdc, huge, huge, SRCCOPY);
+  pic.Draw(cdc, huge, SRCCOPY);
+  pic.Print(cdc, huge, SRCCOPY);
   CPicture empty;
   EXPECT_EQ(empty.Draw(cdc, 0, 0, SRCCOPY), 0);
   EXPECT_EQ(pic.Draw(nullptr, 0, 0, SRCCOPY), 0);
