@@ -59,7 +59,7 @@ bool ClipRects(const CRect& targetRect, const CRect& pictureRect, const CRect& d
   if (clipRect != nullptr && !clipRect->IsRectNull()) d.IntersectRect(d, *clipRect);
   if (d.IsRectEmpty()) return false;
   if (maskRect != nullptr) out.mask = *maskRect;
-  if (d != dstRect) {
+  if (!d.EqualRect(dstRect)) {
     CRect r = d;
     ScaleTransform(dstRect, srcRect, r);
     srcRect = r;
@@ -72,7 +72,7 @@ bool ClipRects(const CRect& targetRect, const CRect& pictureRect, const CRect& d
   CRect s;
   s.IntersectRect(pictureRect, srcRect);
   if (s.IsRectEmpty()) return false;
-  if (s != srcRect) {
+  if (!s.EqualRect(srcRect)) {
     // The mask rectangle keeps the first cut only; it then spans the narrowed d: intended.
     CRect r = s;
     ScaleTransform(srcRect, d, r);
@@ -147,7 +147,7 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     const CRect whole = mask->GetMaskRect();
     CRect both;
     both.UnionRect(c.mask, whole);
-    if (both != whole) return 0;
+    if (!both.EqualRect(whole)) return 0;
     const std::int64_t mw = static_cast<std::int64_t>(c.mask.right) - c.mask.left;
     const std::int64_t mh = static_cast<std::int64_t>(c.mask.bottom) - c.mask.top;
     if (mw < -mask->Width() || mh < -mask->Height() ||

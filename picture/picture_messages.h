@@ -30,5 +30,8 @@ inline constexpr const char* kLoadAllocFailed = "Can't not alloc memory!";
 // Formatted with the data size (stride * height), not the size asked of the allocator.
 inline constexpr const char* kCreateAllocFailedFormat =
     "Can not alloc memory which size is %d Bytes.";
+// The rotated draw could not hold the outline of its region.
+inline constexpr const char* kRegionAllocFailed =
+    "Can not alloc memory when getting outline of a region.";
 
 }  // namespace vardell::picture_text

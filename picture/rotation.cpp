@@ -29,6 +29,7 @@
 #include "hostutil/rotate_region.h"
 #include "mask/mask.h"
 #include "picture/picture.h"
+#include "picture/picture_messages.h"
 #include "picture/rotate_kernels.h"
 #include "platform/region.h"
 
@@ -45,7 +46,6 @@ namespace {
 using vardell::ByteTables;
 namespace kernels = vardell::kernels;
 
-constexpr const char* kRegionAllocFailed = "Can not alloc memory when getting outline of a region.";
 constexpr double kMinAngle = 0.05;
 constexpr std::int64_t kOne = 4096;  // 1.0 in 20.12 fixed point
 // One row of a region rectangle: target row y from left to right, and the source walk of its
@@ -76,7 +76,7 @@ class RegionRects {
     if (size <= 0) return 0;
     m_data.reset(new (std::nothrow) BYTE[static_cast<std::size_t>(size)]);
     if (!m_data) {
-      ThrowErrorMessage(kRegionAllocFailed);
+      ThrowErrorMessage(vardell::picture_text::kRegionAllocFailed);
       return 0;
     }
     auto* data = reinterpret_cast<RGNDATA*>(m_data.get());
@@ -130,7 +130,8 @@ int RotateWalk(const CPicture& source, CPicture& target, const CRect& dstRect, c
     if (!mask.IsValid()) return 0;
     const CRect whole = mask.GetMaskRect();
     CRect both;
-    if (masks[k].rect.IsRectEmpty() || !both.UnionRect(masks[k].rect, whole) || both != whole)
+    if (masks[k].rect.IsRectEmpty() || !both.UnionRect(masks[k].rect, whole) ||
+        !both.EqualRect(whole))
       return 0;
   }
 

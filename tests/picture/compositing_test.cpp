@@ -53,7 +53,7 @@ void Oracle(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, CMask* m
   CRect d = dstRect & dst.GetPictureRect();
   if (!clip.IsRectNull()) d &= clip;
   if (d.IsRectEmpty()) return;
-  if (d != dstRect) {
+  if (!d.EqualRect(dstRect)) {
     CRect r = d;
     ScaleTransform(dstRect, srcRect, r);
     srcRect = r;
@@ -63,7 +63,7 @@ void Oracle(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, CMask* m
   }
   CRect s = srcRect & src.GetPictureRect();
   if (s.IsRectEmpty()) return;
-  if (s != srcRect) {
+  if (!s.EqualRect(srcRect)) {
     CRect r = s;
     ScaleTransform(srcRect, d, r);
     d = r;
