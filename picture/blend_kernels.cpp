@@ -38,10 +38,10 @@ void CopyPixelsWide(const std::uint8_t* src, const int* steps, std::uint8_t* dst
   dst[2] = src[2];
 }
 
-void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint32_t* lut,
-                   std::uint8_t* out, std::size_t n) noexcept {
-  for (std::size_t i = 0; i < n; ++i, out += 3) {
-    std::memcpy(out, &lut[*mask], 4);
+void SampleMask(const std::uint8_t* mask, const int* steps, std::uint8_t* out,
+                std::size_t n) noexcept {
+  for (std::size_t i = 0; i < n; ++i) {
+    out[i] = *mask;
     if (i + 1 < n) mask += steps[i];
   }
 }
@@ -79,11 +79,19 @@ void AddMmxScalar(const std::uint8_t* src, std::uint8_t* dst, std::size_t n,
   }
 }
 
+void MaskWeights(const std::uint8_t* mask, std::uint8_t* out, std::size_t n, std::uint8_t level,
+                 bool invert, const ByteTables& t) noexcept {
+  const BYTE* take = t.mul[level];
+  const BYTE* n255 = invert ? t.inv : t.mul[255];
+  for (std::size_t i = 0; i < n; ++i) out[i] = take[n255[mask[i]]];
+}
+
 void MaskBlendTable(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                     std::size_t n, const ByteTables& t) noexcept {
-  for (std::size_t i = 0; i < n; ++i) {
-    const unsigned a = weights[i];
-    dst[i] = static_cast<std::uint8_t>(t.mul[255 - a][dst[i]] + t.mul[a][src[i]]);
+  for (std::size_t i = 0; i < n; ++i, src += 3, dst += 3) {
+    const BYTE* keep = t.mul[255 - weights[i]];
+    const BYTE* take = t.mul[weights[i]];
+    for (int c = 0; c < 3; ++c) dst[c] = static_cast<std::uint8_t>(keep[dst[c]] + take[src[c]]);
   }
 }
 
@@ -92,17 +100,19 @@ void MaskAddTable(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t
   const BYTE* keep = t.mul[255 - level];
   const BYTE* take = t.mul[level];
   const BYTE* clamp = t.Clamp();
-  for (std::size_t i = 0; i < n; ++i) {
-    const std::uint8_t d = dst[i];
-    dst[i] = static_cast<std::uint8_t>(keep[d] + take[clamp[d + t.mul[weights[i]][src[i]]]]);
+  for (std::size_t i = 0; i < n; ++i, src += 3, dst += 3) {
+    const BYTE* m = t.mul[weights[i]];
+    for (int c = 0; c < 3; ++c)
+      dst[c] = static_cast<std::uint8_t>(keep[dst[c]] + take[clamp[dst[c] + m[src[c]]]]);
   }
 }
 
 void MaskBlendMmxScalar(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                         std::size_t n) noexcept {
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n; ++i, src += 3, dst += 3) {
     const unsigned a = weights[i];
-    dst[i] = static_cast<std::uint8_t>((src[i] * a + dst[i] * (257u - a)) >> 8);
+    for (int c = 0; c < 3; ++c)
+      dst[c] = static_cast<std::uint8_t>((src[c] * a + dst[c] * (257u - a)) >> 8);
   }
 }
 
@@ -182,50 +192,94 @@ void AddMmxSse2(const std::uint8_t* src, std::uint8_t* dst, std::size_t n,
   AddMmxScalar(src + i, dst + i, n - i, w);
 }
 
+void MaskWeightsSse2(const std::uint8_t* mask, std::uint8_t* out, std::size_t n, std::uint8_t level,
+                     bool invert, const ByteTables& t) noexcept {
+  const __m128i flip = _mm_set1_epi8(invert ? static_cast<char>(0xFF) : 0);
+  const __m128i take = _mm_set1_epi16(level);
+  std::size_t i = 0;
+  for (; i + kVector <= n; i += kVector) {
+    const __m128i m = _mm_xor_si128(Load(mask + i), flip);  // 255 - m is m ^ 255
+    Store(out + i, _mm_packus_epi16(Mul255(Lo(m), take), Mul255(Hi(m), take)));
+  }
+  MaskWeights(mask + i, out + i, n - i, level, invert, t);
+}
+
+namespace {
+
+// The channel words of 8 pixels (24 channels, three vectors of 8 words) given the pixels'
+// weights as 8 words a0..a7: [a0 a0 a0 a1 a1 a1 a2 a2], [a2 a3 a3 a3 a4 a4 a4 a5],
+// [a5 a5 a6 a6 a6 a7 a7 a7].
+inline void Triple(__m128i w, __m128i out[3]) noexcept {
+  out[0] = _mm_unpacklo_epi64(_mm_shufflelo_epi16(w, _MM_SHUFFLE(1, 0, 0, 0)),
+                              _mm_shufflelo_epi16(w, _MM_SHUFFLE(2, 2, 1, 1)));
+  const __m128i low = _mm_shufflelo_epi16(w, _MM_SHUFFLE(3, 3, 3, 2));
+  const __m128i high = _mm_shufflehi_epi16(w, _MM_SHUFFLE(1, 0, 0, 0));
+  out[1] = _mm_castpd_si128(_mm_move_sd(_mm_castsi128_pd(high), _mm_castsi128_pd(low)));
+  out[2] = _mm_unpackhi_epi64(_mm_shufflehi_epi16(w, _MM_SHUFFLE(2, 2, 1, 1)),
+                              _mm_shufflehi_epi16(w, _MM_SHUFFLE(3, 3, 3, 2)));
+}
+
+// Runs op(d, s, a) -> new d over the 48 channel words of 16 pixels at a time, the weights of
+// the pixels' channels in a; the tail goes to the scalar twin.
+template <class Op, class Tail>
+void PerPixel(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
+              std::size_t n, Op op, Tail tail) noexcept {
+  std::size_t i = 0;
+  for (; i + kVector <= n; i += kVector) {
+    const __m128i w = Load(weights + i);
+    __m128i a[6];
+    Triple(Lo(w), a);
+    Triple(Hi(w), a + 3);
+    const std::uint8_t* s = src + 3 * i;
+    std::uint8_t* d = dst + 3 * i;
+    for (int v = 0; v < 3; ++v) {
+      const __m128i sv = Load(s + 16 * v), dv = Load(d + 16 * v);
+      const __m128i lo = op(Lo(dv), Lo(sv), a[2 * v]);
+      const __m128i hi = op(Hi(dv), Hi(sv), a[2 * v + 1]);
+      Store(d + 16 * v, _mm_packus_epi16(lo, hi));
+    }
+  }
+  tail(src + 3 * i, dst + 3 * i, weights + i, n - i);
+}
+
+}  // namespace
+
 void MaskBlendTableSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                         std::size_t n, const ByteTables& t) noexcept {
   const __m128i full = _mm_set1_epi16(255);
-  std::size_t i = 0;
-  for (; i + kVector <= n; i += kVector) {
-    const __m128i s = Load(src + i), d = Load(dst + i), a = Load(weights + i);
-    const __m128i aLo = Lo(a), aHi = Hi(a);
-    const __m128i lo = _mm_add_epi16(Mul255(Lo(d), _mm_sub_epi16(full, aLo)), Mul255(Lo(s), aLo));
-    const __m128i hi = _mm_add_epi16(Mul255(Hi(d), _mm_sub_epi16(full, aHi)), Mul255(Hi(s), aHi));
-    Store(dst + i, _mm_packus_epi16(lo, hi));
-  }
-  MaskBlendTable(src + i, dst + i, weights + i, n - i, t);
+  PerPixel(
+      src, dst, weights, n,
+      [&](__m128i d, __m128i s, __m128i a) {
+        return _mm_add_epi16(Mul255(d, _mm_sub_epi16(full, a)), Mul255(s, a));
+      },
+      [&](auto... args) { MaskBlendTable(args..., t); });
 }
 
 void MaskAddTableSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                       std::size_t n, std::uint8_t level, const ByteTables& t) noexcept {
   const __m128i take = _mm_set1_epi16(level);
   const __m128i keep = _mm_set1_epi16(static_cast<short>(255 - level));
-  std::size_t i = 0;
-  for (; i + kVector <= n; i += kVector) {
-    const __m128i s = Load(src + i), d = Load(dst + i), m = Load(weights + i);
-    const __m128i sm = _mm_packus_epi16(Mul255(Lo(s), Lo(m)), Mul255(Hi(s), Hi(m)));
-    const __m128i sum = _mm_adds_epu8(d, sm);  // S[d + M[m][s]]
-    const __m128i lo = _mm_add_epi16(Mul255(Lo(d), keep), Mul255(Lo(sum), take));
-    const __m128i hi = _mm_add_epi16(Mul255(Hi(d), keep), Mul255(Hi(sum), take));
-    Store(dst + i, _mm_packus_epi16(lo, hi));
-  }
-  MaskAddTable(src + i, dst + i, weights + i, n - i, level, t);
+  const __m128i full = _mm_set1_epi16(255);
+  PerPixel(
+      src, dst, weights, n,
+      [&](__m128i d, __m128i s, __m128i m) {
+        const __m128i sum = _mm_min_epi16(_mm_add_epi16(d, Mul255(s, m)), full);  // S[d + M]
+        return _mm_add_epi16(Mul255(d, keep), Mul255(sum, take));
+      },
+      [&](auto... args) { MaskAddTable(args..., level, t); });
 }
 
 void MaskBlendMmxSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                       std::size_t n) noexcept {
   const __m128i k257 = _mm_set1_epi16(257);
-  std::size_t i = 0;
-  for (; i + kVector <= n; i += kVector) {
-    const __m128i s = Load(src + i), d = Load(dst + i), a = Load(weights + i);
-    const __m128i aLo = Lo(a), aHi = Hi(a);
-    const __m128i lo = _mm_add_epi16(_mm_mullo_epi16(Lo(s), aLo),
-                                     _mm_mullo_epi16(Lo(d), _mm_sub_epi16(k257, aLo)));
-    const __m128i hi = _mm_add_epi16(_mm_mullo_epi16(Hi(s), aHi),
-                                     _mm_mullo_epi16(Hi(d), _mm_sub_epi16(k257, aHi)));
-    Store(dst + i, _mm_packus_epi16(_mm_srli_epi16(lo, 8), _mm_srli_epi16(hi, 8)));
-  }
-  MaskBlendMmxScalar(src + i, dst + i, weights + i, n - i);
+  PerPixel(
+      src, dst, weights, n,
+      [&](__m128i d, __m128i s, __m128i a) {
+        const __m128i sum =
+            _mm_add_epi16(_mm_mullo_epi16(s, a), _mm_mullo_epi16(d, _mm_sub_epi16(k257, a)));
+        return _mm_srli_epi16(sum, 8);
+      },
+      [](auto... args) { MaskBlendMmxScalar(args...); });
 }
 
 #else  // no SSE2 built: the twins are their scalar definitions
@@ -245,6 +299,10 @@ void BlendMmxSse2(const std::uint8_t* src, std::uint8_t* dst, std::size_t n,
 void AddMmxSse2(const std::uint8_t* src, std::uint8_t* dst, std::size_t n,
                 std::uint8_t w) noexcept {
   AddMmxScalar(src, dst, n, w);
+}
+void MaskWeightsSse2(const std::uint8_t* mask, std::uint8_t* out, std::size_t n, std::uint8_t level,
+                     bool invert, const ByteTables& t) noexcept {
+  MaskWeights(mask, out, n, level, invert, t);
 }
 void MaskBlendTableSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                         std::size_t n, const ByteTables& t) noexcept {

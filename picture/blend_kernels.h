@@ -2,7 +2,7 @@
 // nothing of pictures, clipping or errors. Internal to the library (not exported); the tests call
 // them to compare each SSE2 twin with its plain definition.
 //
-// Blend kernels work on n channel bytes (3 per pixel: blue, green, red) and touch nothing else,
+// Blend kernels work on channel bytes (3 per pixel: blue, green, red) and touch nothing else,
 // so the padding behind a row is never written. The MMX variants of the system loaded and stored
 // four bytes a pixel and wrote the fourth byte back as it was; touching only the three channel
 // bytes has exactly that effect.
@@ -37,12 +37,17 @@ void CopyPixels(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
 void CopyPixelsWide(const std::uint8_t* src, const int* steps, std::uint8_t* dst,
                     std::size_t n) noexcept;
 
-// Turns one mask byte a pixel into a weight for each of its three channels: out[3i], out[3i + 1]
-// and out[3i + 2] get the weight of the mask byte of pixel i, read at mask and moving mask by
-// steps[i] bytes after pixel i. lut holds each weight in all four bytes (w * 0x01010101); out
-// must hold 3n + 1 bytes, as each pixel is written as one 4-byte word.
-void ExpandWeights(const std::uint8_t* mask, const int* steps, const std::uint32_t* lut,
-                   std::uint8_t* out, std::size_t n) noexcept;
+// out[i] = *mask for n pixels, moving mask by steps[i] bytes after pixel i.
+void SampleMask(const std::uint8_t* mask, const int* steps, std::uint8_t* out,
+                std::size_t n) noexcept;
+
+// The weight of each mask byte: out[i] = M[level][N[mask[i]]], N the identity or, with invert,
+// I. Level 255 gives N[mask[i]] itself. mask and out may be the same memory.
+void MaskWeights(const std::uint8_t* mask, std::uint8_t* out, std::size_t n, std::uint8_t level,
+                 bool invert, const ByteTables& t) noexcept;
+// Same results as MaskWeights: the inverse as an exclusive or with 255, M in 16-bit lanes.
+void MaskWeightsSse2(const std::uint8_t* mask, std::uint8_t* out, std::size_t n, std::uint8_t level,
+                     bool invert, const ByteTables& t) noexcept;
 
 // ---- Uniform level w ----
 
@@ -76,24 +81,27 @@ void AddMmxScalar(const std::uint8_t* src, std::uint8_t* dst, std::size_t n,
 // added with unsigned saturation.
 void AddMmxSse2(const std::uint8_t* src, std::uint8_t* dst, std::size_t n, std::uint8_t w) noexcept;
 
-// ---- A weight per channel byte (masked blends) ----
+// ---- A weight per pixel (masked blends) ----
+// n counts pixels: src and dst hold 3n bytes, weights n. The SSE2 twins take 16 pixels at a
+// time and give each of the 48 channel words its pixel's weight with word shuffles.
 
-// dst = M[255 - a][dst] + M[a][src] with a = weights[i].
+// dst = M[255 - a][dst] + M[a][src] in each channel, a = weights[i].
 void MaskBlendTable(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                     std::size_t n, const ByteTables& t) noexcept;
 void MaskBlendTableSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                         std::size_t n, const ByteTables& t) noexcept;
 
-// dst = M[255 - level][dst] + M[level][S[dst + M[m][src]]] with m = weights[i]: the masked
-// additive blend (the MMX variant keeps this table arithmetic too).
+// dst = M[255 - level][dst] + M[level][S[dst + M[m][src]]] in each channel, m = weights[i]: the
+// masked additive blend (the MMX variant keeps this table arithmetic too). Lanes: dst + M <= 510
+// before the clamp.
 void MaskAddTable(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                   std::size_t n, std::uint8_t level, const ByteTables& t) noexcept;
 void MaskAddTableSse2(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                       std::size_t n, std::uint8_t level, const ByteTables& t) noexcept;
 
-// (src * a + dst * (257 - a)) >> 8 with a = weights[i]: the masked MMX variant's blend. The
-// constant is 257, not the uniform variant's 256 (intended), so a = 0 leaves dst exactly as it
-// was and a = 255 gives (255 * src + 2 * dst) >> 8.
+// (src * a + dst * (257 - a)) >> 8 in each channel, a = weights[i]: the masked MMX variant's
+// blend. The constant is 257, not the uniform variant's 256 (intended), so a = 0 leaves dst
+// exactly as it was and a = 255 gives (255 * src + 2 * dst) >> 8.
 void MaskBlendMmxScalar(const std::uint8_t* src, std::uint8_t* dst, const std::uint8_t* weights,
                         std::size_t n) noexcept;
 // Same results as MaskBlendMmxScalar. Lanes: src * a + dst * (257 - a) <= 255 * 257 = 65535.

@@ -108,18 +108,19 @@ bool Overlaps(const BYTE* a, std::size_t aBytes, const BYTE* b, std::size_t bByt
   return pa < pb + bBytes && pb < pa + aBytes;
 }
 
-// The mask side of a masked blend: the mask and the 256-entry table that turns a mask byte
-// into the weight the row kernel takes, held in all four bytes of a word.
+// The mask side of a masked blend: the mask, and how its bytes become the weights the row
+// kernel takes: M[level][N[v]], N the identity or, with invert, I (level 255 gives N[v]).
 struct MaskSource {
   const CMask* mask;
-  const std::uint32_t* lut;
+  BYTE level;
+  bool invert;
 };
 
 // Row functor of the scaled copy: copies sampled pixels straight into the target row.
 struct CopyRow {};
 
 // The walk shared by the scaled copy and blends: clipping, sampling tables, then one call of
-// row(src, dst, weights, bytes) per run of target bytes.
+// row(src, dst, weights, pixels) per run of target pixels (weights: one a pixel, masked blends).
 //
 // Row order: the system walked rows from the top. That order is kept, and a source row that
 // overlaps its target row is handed over pixel by pixel, whenever source and target share a
@@ -169,7 +170,7 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
   if (mask != nullptr) {
     maskColumnSteps = NewArray<int>(static_cast<std::size_t>(dw));
     maskRowSteps = NewArray<std::ptrdiff_t>(static_cast<std::size_t>(dh));
-    weights = NewArray<std::uint8_t>(bytes + 1);
+    weights = NewArray<std::uint8_t>(static_cast<std::size_t>(dw));
     if (!maskColumnSteps || !maskRowSteps || !weights) return 0;
   }
   if (!columnSteps || !rowSteps || !scratch) return 0;
@@ -201,10 +202,19 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
   }
 
   const std::size_t srcBytes = static_cast<std::size_t>(sw) * 3;
+  const std::size_t pixels = static_cast<std::size_t>(dw);
+  const ByteTables& tables = ByteTables::Get();
+  const auto maskWeights =
+      vardell::simd::UseSse2() ? kernels::MaskWeightsSse2 : kernels::MaskWeights;
   for (;;) {
-    if (mask != nullptr)
-      kernels::ExpandWeights(maskRow, maskColumnSteps.get(), maskSource->lut, weights.get(),
-                             static_cast<std::size_t>(dw));
+    if (mask != nullptr) {
+      const BYTE* m = maskRow;
+      if (maskWidth != dw) {
+        kernels::SampleMask(maskRow, maskColumnSteps.get(), weights.get(), pixels);
+        m = weights.get();
+      }
+      maskWeights(m, weights.get(), pixels, maskSource->level, maskSource->invert, tables);
+    }
     const bool inPlace = contiguous && srcRow == dstRow;
     const bool overlapping = sameBuffer && !inPlace && Overlaps(srcRow, srcBytes, dstRow, bytes);
     const bool wide =
@@ -221,15 +231,15 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     } else if (overlapping) {
       const BYTE* s = srcRow;
       for (int i = 0; i < dw; ++i) {
-        row(s, dstRow + 3 * i, weights ? weights.get() + 3 * i : nullptr, std::size_t{3});
+        row(s, dstRow + 3 * i, weights ? weights.get() + i : nullptr, std::size_t{1});
         if (i + 1 < dw) s += columnSteps[i];
       }
     } else if (contiguous) {
-      row(srcRow, dstRow, weights.get(), bytes);
+      row(srcRow, dstRow, weights.get(), pixels);
     } else {
       (wide ? kernels::CopyPixelsWide : kernels::CopyPixels)(
           srcRow, columnSteps.get(), scratch.get(), static_cast<std::size_t>(dw));
-      row(scratch.get(), dstRow, weights.get(), bytes);
+      row(scratch.get(), dstRow, weights.get(), pixels);
     }
     if (fromTop) {
       if (++j == dh) break;
@@ -244,15 +254,6 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     }
   }
   return 1;
-}
-
-// The mask table of a masked blend: the weight of a mask byte v is M[level][N[v]] for the blend
-// and N[v] for the additive form, N the identity (row 255 of M) or, with bInvertMask, I; each
-// held in all four bytes of a word for the weight expansion.
-void BuildMaskTable(std::uint32_t* lut, BYTE level, int bAdd, int bInvertMask,
-                    const ByteTables& t) {
-  const BYTE* n = bInvertMask ? t.inv : t.mul[255];
-  for (int v = 0; v < 256; ++v) lut[v] = 0x01010101u * (bAdd ? n[v] : t.mul[level][n[v]]);
 }
 
 HDC SafeHdc(CDC* dc) noexcept { return dc != nullptr ? dc->GetSafeHdc() : nullptr; }
@@ -313,7 +314,7 @@ int CPicture::DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, BY
                              : (sse2 ? kernels::AddTableSse2 : kernels::AddTable);
   return Composite(
       *this, target, dstRect, srcRect, nullptr, nullptr, nullptr,
-      [&](const BYTE* s, BYTE* d, const BYTE*, std::size_t n) { kernel(s, d, n, level, t); });
+      [&](const BYTE* s, BYTE* d, const BYTE*, std::size_t n) { kernel(s, d, 3 * n, level, t); });
 }
 
 int CPicture::DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, CMask& mask,
@@ -324,9 +325,8 @@ int CPicture::DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, CM
                               clipRect);
   if (level == 0) return 1;
   const ByteTables& t = ByteTables::Get();
-  std::uint32_t lut[256];
-  BuildMaskTable(lut, level, bAdd, bInvertMask, t);
-  const MaskSource maskSource{&mask, lut};
+  // The blend weighs by M[level][N[m]], the additive form by N[m] itself.
+  const MaskSource maskSource{&mask, bAdd ? BYTE{255} : level, bInvertMask != 0};
   const bool sse2 = vardell::simd::UseSse2();
   if (bAdd) {
     const auto kernel = sse2 ? kernels::MaskAddTableSse2 : kernels::MaskAddTable;
@@ -350,7 +350,7 @@ int CPicture::DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect,
                              : (sse2 ? kernels::AddMmxSse2 : kernels::AddMmxScalar);
   return Composite(
       *this, target, dstRect, srcRect, nullptr, nullptr, nullptr,
-      [&](const BYTE* s, BYTE* d, const BYTE*, std::size_t n) { kernel(s, d, n, level); });
+      [&](const BYTE* s, BYTE* d, const BYTE*, std::size_t n) { kernel(s, d, 3 * n, level); });
 }
 
 int CPicture::DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect, CMask& mask,
@@ -358,9 +358,8 @@ int CPicture::DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect,
                                  CRect clipRect) {
   if (level == 0) return 1;
   const ByteTables& t = ByteTables::Get();
-  std::uint32_t lut[256];
-  BuildMaskTable(lut, level, bAdd, bInvertMask, t);
-  const MaskSource maskSource{&mask, lut};
+  // The blend weighs by M[level][N[m]], the additive form by N[m] itself.
+  const MaskSource maskSource{&mask, bAdd ? BYTE{255} : level, bInvertMask != 0};
   const bool sse2 = vardell::simd::UseSse2();
   if (bAdd) {
     // The additive form keeps the table arithmetic.

@@ -36,19 +36,20 @@ Bytes RandomRow(Rng& rng, std::size_t n) {
 using RowFn = std::function<void(const std::uint8_t*, std::uint8_t*, std::size_t)>;
 
 // Runs both twins on the same random rows, separate and in place, and compares every byte,
-// guards included.
-void ExpectTwinsAgree(const char* name, const std::function<RowFn(Rng&, bool scalar)>& make) {
+// guards included. n counts units of `unit` bytes (3 for the kernels that count pixels).
+void ExpectTwinsAgree(const char* name, const std::function<RowFn(Rng&, bool scalar)>& make,
+                      std::size_t unit = 1) {
   for (std::uint32_t seed = 1; seed <= 12; ++seed) {
     Rng rng(seed);
-    for (std::size_t n = 0; n <= 48; ++n) {
+    for (std::size_t n = 0; n * unit <= 3 * 16 + 15; ++n) {
       Rng paramsA(seed * 1000 + static_cast<std::uint32_t>(n)), paramsB = paramsA;
       const RowFn scalar = make(paramsA, true), simd = make(paramsB, false);
-      const Bytes src = RandomRow(rng, n), dst = RandomRow(rng, n);
+      const Bytes src = RandomRow(rng, n * unit), dst = RandomRow(rng, n * unit);
       Bytes a = dst, b = dst;
       scalar(src.data(), a.data(), n);
       simd(src.data(), b.data(), n);
       ASSERT_EQ(a, b) << name << " seed " << seed << " n " << n;
-      for (std::size_t g = n; g < n + kGuard; ++g)
+      for (std::size_t g = n * unit; g < n * unit + kGuard; ++g)
         ASSERT_EQ(b[g], kGuardByte) << name << " n " << n;
       Bytes ia = src, ib = src;
       scalar(ia.data(), ia.data(), n);
@@ -81,31 +82,47 @@ TEST(BlendKernels, Sse2TwinsEqualTheirScalarDefinitions) {
     const std::uint8_t w = Weight(r);
     return [=](auto s, auto d, auto n) { (scalar ? k::AddMmxScalar : k::AddMmxSse2)(s, d, n, w); };
   });
-  // Per-byte weights: one weight row per call, drawn from the same seeded parameters.
+  // Weights a pixel: one weight row per call, drawn from the same seeded parameters.
   const auto weights = [](Rng& r) {
     auto row = std::make_shared<Bytes>(64);
     for (auto& w : *row) w = Weight(r);
     return row;
   };
-  ExpectTwinsAgree("MaskBlendTable", [&](Rng& r, bool scalar) -> RowFn {
-    auto w = weights(r);
-    return [=, &t](auto s, auto d, auto n) {
-      (scalar ? k::MaskBlendTable : k::MaskBlendTableSse2)(s, d, w->data(), n, t);
-    };
-  });
-  ExpectTwinsAgree("MaskAddTable", [&](Rng& r, bool scalar) -> RowFn {
-    auto w = weights(r);
+  ExpectTwinsAgree("MaskWeights", [&](Rng& r, bool scalar) -> RowFn {
     const std::uint8_t level = Weight(r);
+    const bool invert = r.Next() & 1;
     return [=, &t](auto s, auto d, auto n) {
-      (scalar ? k::MaskAddTable : k::MaskAddTableSse2)(s, d, w->data(), n, level, t);
+      (scalar ? k::MaskWeights : k::MaskWeightsSse2)(s, d, n, level, invert, t);
     };
   });
-  ExpectTwinsAgree("MaskBlendMmx", [&](Rng& r, bool scalar) -> RowFn {
-    auto w = weights(r);
-    return [=](auto s, auto d, auto n) {
-      (scalar ? k::MaskBlendMmxScalar : k::MaskBlendMmxSse2)(s, d, w->data(), n);
-    };
-  });
+  ExpectTwinsAgree(
+      "MaskBlendTable",
+      [&](Rng& r, bool scalar) -> RowFn {
+        auto w = weights(r);
+        return [=, &t](auto s, auto d, auto n) {
+          (scalar ? k::MaskBlendTable : k::MaskBlendTableSse2)(s, d, w->data(), n, t);
+        };
+      },
+      3);
+  ExpectTwinsAgree(
+      "MaskAddTable",
+      [&](Rng& r, bool scalar) -> RowFn {
+        auto w = weights(r);
+        const std::uint8_t level = Weight(r);
+        return [=, &t](auto s, auto d, auto n) {
+          (scalar ? k::MaskAddTable : k::MaskAddTableSse2)(s, d, w->data(), n, level, t);
+        };
+      },
+      3);
+  ExpectTwinsAgree(
+      "MaskBlendMmx",
+      [&](Rng& r, bool scalar) -> RowFn {
+        auto w = weights(r);
+        return [=](auto s, auto d, auto n) {
+          (scalar ? k::MaskBlendMmxScalar : k::MaskBlendMmxSse2)(s, d, w->data(), n);
+        };
+      },
+      3);
 }
 
 // Every pair of bytes through the 16-bit lanes: M[a][b] computed in SIMD must be the table's.
@@ -140,16 +157,15 @@ TEST(BlendKernels, KnownAnswers) {
   s = 10, d = 100;
   k::AddMmxScalar(&s, &d, 1, 255);
   EXPECT_EQ(d, 109);  // (25600 + 2550) >> 8
-  // The masked MMX blend: 257 leaves the target as it was at weight 0.
+  // The masked MMX blend, one pixel: 257 leaves the target as it was at weight 0.
   const std::uint8_t zero = 0, full = 255;
-  s = 200, d = 100;
-  k::MaskBlendMmxScalar(&s, &d, &zero, 1);
-  EXPECT_EQ(d, 100);
-  k::MaskBlendMmxScalar(&s, &d, &full, 1);
-  EXPECT_EQ(d, 200);  // (255 * 200 + 2 * 100) >> 8
-  s = 255, d = 255;
-  k::MaskBlendMmxScalar(&s, &d, &full, 1);
-  EXPECT_EQ(d, 255);  // 65535 >> 8
+  const std::uint8_t src[3] = {200, 200, 255};
+  std::uint8_t px[3] = {100, 100, 255};
+  k::MaskBlendMmxScalar(src, px, &zero, 1);
+  EXPECT_EQ(px[0], 100);
+  k::MaskBlendMmxScalar(src, px, &full, 1);
+  EXPECT_EQ(px[1], 200);  // (255 * 200 + 2 * 100) >> 8
+  EXPECT_EQ(px[2], 255);  // 65535 >> 8
 }
 
 }  // namespace
