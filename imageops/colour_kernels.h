@@ -71,6 +71,20 @@ void SaturateRow(BYTE* p, std::size_t n, int s) noexcept;
 // whiteness minus ds clamped to 0..127 (not 128, so gray gets a tint of the hue: intended).
 void HueRow(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
             const hwv::HueTables& tables) noexcept;
+// Same results as HueRow, 16 pixels at a time in 16-bit lanes, for any pixels:
+//   - the quotients of the model (whiteness, X, X * 60 / M) come from float lanes: each
+//     numerator is an integer below 2^24 and each divisor at most 510, so n * (1 / d) is within
+//     3e-5 of n / d, while a quotient that is not an integer lies at least 1 / 510 from one;
+//     adding 2^-10 before truncating therefore gives the exact floor, integers included. The
+//     whiteness is never an integer plus one half, so it needs no such step. Half-way X (an
+//     integer quotient there) is detected exactly and left to the double steps, lane by lane;
+//   - the hue tables are their formulas: each edge is x * 255 / 60 = (17 x) >> 2 on one side and
+//     its mirror on the other, and in each 60-degree segment one channel is on an edge, one
+//     full and one 0;
+//   - all three channels are lifted: the sector's primary is 255 and a lift leaves 255 alone;
+//   - c * value / 255 is (c * value * 0x8081) >> 23, exact for products below 65536.
+void HueRowSse2(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
+                const hwv::HueTables& tables) noexcept;
 
 // ---- Measures and masks ----
 

@@ -1,6 +1,8 @@
 // The HWV colour model: RGBToHWV, HWVToRGB, the hue tables and the per-pixel saturation step.
 #include "imageops/colour_model.h"
 
+#include "imageops/reciprocal.h"
+
 #include <algorithm>
 #include <atomic>
 
@@ -47,13 +49,13 @@ bool TablesBuilt() noexcept { return g_tablesBuilt.load(std::memory_order_acquir
 
 int Whiteness(int smallest, int largest) noexcept {
   // floor(128 * m / M + 1/2) = floor((256 * m + M) / (2 * M)).
-  return (256 * smallest + largest) / (2 * largest);
+  return static_cast<int>(imageops::DivideSmall(256u * smallest + largest, 2u * largest));
 }
 
 int SectorX(int largest, int smallest, int c) noexcept {
   const int den = 2 * (largest - smallest);
   const int num = 2 * largest * (c - smallest) + (largest - smallest);
-  const int x = num / den;
+  const int x = static_cast<int>(imageops::DivideSmall(num, den));
   if (x * den != num) return x;
   // Half-way: the double steps decide.
   const double q = smallest * 128.0 / largest;
@@ -85,7 +87,7 @@ Hwv ToHwv(int r, int g, int b) noexcept {
   }
   const int whiteness = Whiteness(small, big);
   if (whiteness == 128) return {0, 128, big};
-  const int t = SectorX(big, small, c) * 60 / big;
+  const int t = static_cast<int>(imageops::DivideSmall(SectorX(big, small, c) * 60u, big));
   static constexpr int kBase[6] = {0, 360, 120, 120, 240, 240};
   static constexpr int kSign[6] = {1, -1, 1, -1, -1, 1};
   return {kBase[sector] + kSign[sector] * t, whiteness, big};
@@ -133,7 +135,8 @@ void SaturatePixel(BYTE* bgr, int s) noexcept {
       mid = bgr + 2, small = bgr + 1;
   }
   const int m = *big, d = *mid, n = *small;
-  const int w = m != 0 ? n * 128 / m : 0;
+  using imageops::DivideSmall;
+  const int w = m != 0 ? static_cast<int>(DivideSmall(n * 128u, m)) : 0;
   // The amount is limited to what the pixel has (w) and can take (k); s is clamped first only so
   // that -a cannot overflow, which changes no result.
   int a = std::clamp(s, -129, 129);
@@ -141,8 +144,9 @@ void SaturatePixel(BYTE* bgr, int s) noexcept {
   const int k = 128 - w;
   if (a < 0 && -a > k) a = -k;
   if (w == 128) return;
-  const int newMid = m - (m - d) * (a + k) / k;
-  const int newSmall = w != 0 ? n * (w - a) / w : 0;
+  // Both products are non-negative (a + k >= 0, w - a >= 0) and at most 255 * 128.
+  const int newMid = m - static_cast<int>(DivideSmall((m - d) * (a + k), k));
+  const int newSmall = w != 0 ? static_cast<int>(DivideSmall(n * (w - a), w)) : 0;
   *mid = static_cast<BYTE>(std::min(newMid, 255));
   *small = static_cast<BYTE>(std::min(newSmall, 255));
 }

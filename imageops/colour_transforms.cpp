@@ -110,7 +110,8 @@ int CPicture::Hue(int hue) {
   if (!IsValid()) return 0;
   const auto n = static_cast<std::size_t>(Width());
   const auto& tables = vardell::hwv::Tables();
-  ForEachRow(*this, [&](BYTE* row) { k::HueRow(row, n, hue, false, 0, tables); });
+  const auto hueRow = vardell::simd::UseSse2() ? k::HueRowSse2 : k::HueRow;
+  ForEachRow(*this, [&](BYTE* row) { hueRow(row, n, hue, false, 0, tables); });
   return 1;
 }
 
@@ -118,7 +119,8 @@ int CPicture::HueSaturate(int hue, int saturation) {
   if (!IsValid()) return 0;
   const auto n = static_cast<std::size_t>(Width());
   const auto& tables = vardell::hwv::Tables();
-  ForEachRow(*this, [&](BYTE* row) { k::HueRow(row, n, hue, true, saturation, tables); });
+  const auto hueRow = vardell::simd::UseSse2() ? k::HueRowSse2 : k::HueRow;
+  ForEachRow(*this, [&](BYTE* row) { hueRow(row, n, hue, true, saturation, tables); });
   return 1;
 }
 

@@ -234,30 +234,46 @@ void SharpenRow(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out
   }
 }
 
+#if VARDELL_HAVE_SSE2
+namespace {
+
+// The sum of the three bytes at p - 3, p and p + 3 of one row, as two vectors of 8 words.
+inline void Triple(const BYTE* p, __m128i& lo, __m128i& hi) noexcept {
+  const __m128i l = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p - 3));
+  const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  const __m128i r = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 3));
+  lo = _mm_add_epi16(_mm_add_epi16(sse2::WidenLow(l), sse2::WidenLow(c)), sse2::WidenLow(r));
+  hi = _mm_add_epi16(_mm_add_epi16(sse2::WidenHigh(l), sse2::WidenHigh(c)), sse2::WidenHigh(r));
+}
+
+}  // namespace
+#endif
+
 void SharpenRowSse2(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out, std::size_t n,
                     int k) noexcept {
   std::size_t i = 0;
 #if VARDELL_HAVE_SSE2
   const __m128i kk = _mm_set1_epi16(static_cast<short>(k));
   const __m128i rest = _mm_set1_epi16(static_cast<short>(16 - k));
-  const __m128i nine = _mm_set1_epi16(9);
-  auto half = [&](auto widen, const BYTE* a, const BYTE* c, const BYTE* b) {
-    auto at = [&](const BYTE* p) {
-      return widen(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
-    };
-    const __m128i centre = at(c);
-    __m128i s = _mm_add_epi16(_mm_add_epi16(at(a - 3), at(a)), at(a + 3));
-    s = _mm_add_epi16(s, _mm_add_epi16(at(c - 3), at(c + 3)));
-    s = _mm_add_epi16(s, _mm_add_epi16(_mm_add_epi16(at(b - 3), at(b)), at(b + 3)));
-    const __m128i v = _mm_sub_epi16(_mm_mullo_epi16(centre, nine), s);
-    const __m128i vk = _mm_or_si128(_mm_srli_epi16(_mm_mullo_epi16(v, kk), 4),
-                                    _mm_slli_epi16(_mm_mulhi_epi16(v, kk), 12));
-    return _mm_add_epi16(vk, _mm_srli_epi16(_mm_mullo_epi16(centre, rest), 4));
-  };
+  const __m128i ten = _mm_set1_epi16(10);
   for (; i + 16 <= n; i += 16) {
-    const __m128i lo = half(sse2::WidenLow, above + i, cur + i, below + i);
-    const __m128i hi = half(sse2::WidenHigh, above + i, cur + i, below + i);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(lo, hi));
+    __m128i alo, ahi, clo, chi, blo, bhi;
+    Triple(above + i, alo, ahi);
+    Triple(cur + i, clo, chi);
+    Triple(below + i, blo, bhi);
+    const __m128i centre = _mm_loadu_si128(reinterpret_cast<const __m128i*>(cur + i));
+    __m128i result[2];
+    for (int h = 0; h < 2; ++h) {
+      const __m128i c = h == 0 ? sse2::WidenLow(centre) : sse2::WidenHigh(centre);
+      const __m128i all = h == 0 ? _mm_add_epi16(_mm_add_epi16(alo, clo), blo)
+                                 : _mm_add_epi16(_mm_add_epi16(ahi, chi), bhi);
+      // 9c - (the eight neighbours) = 10c - (all nine).
+      const __m128i v = _mm_sub_epi16(_mm_mullo_epi16(c, ten), all);
+      const __m128i vk = _mm_or_si128(_mm_srli_epi16(_mm_mullo_epi16(v, kk), 4),
+                                      _mm_slli_epi16(_mm_mulhi_epi16(v, kk), 12));
+      result[h] = _mm_add_epi16(vk, _mm_srli_epi16(_mm_mullo_epi16(c, rest), 4));
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_packus_epi16(result[0], result[1]));
   }
 #endif
   SharpenRow(above + i, cur + i, below + i, out + i, n - i, k);

@@ -73,8 +73,9 @@ constexpr int MmxBoxFactor(int r) noexcept { return 129 / (2 * r + 1); }
 // truncations can take one from a uniform area (255 with k = 1 gives 254): intended. k is 1..16.
 void SharpenRow(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out, std::size_t n,
                 int k) noexcept;
-// Same results as SharpenRow. Lanes: |v| <= 9 * 255, so v * k needs 17 bits; its arithmetic shift
-// by 4 is (low word >> 4) | (high word << 12) of the 32-bit product, which fits a word again.
+// Same results as SharpenRow. v = 10c - (the nine bytes of the 3 x 3 box, summed by rows of three);
+// |v| <= 9 * 255, so v * k needs 17 bits: its arithmetic shift by 4 is
+// (low word >> 4) | (high word << 12) of the 32-bit product, which fits a word again.
 void SharpenRowSse2(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out, std::size_t n,
                     int k) noexcept;
 

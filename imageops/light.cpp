@@ -28,6 +28,11 @@ struct Lamp {
   // edge angle by at least 1e-9 radians, far beyond the error of acos and of the product, so the
   // result is the one acos would give.
   double litAbove, unlitBelow;
+  // Before any square root: cos(theta) = dot / (sqrt(r2) * axisLength) is certainly below
+  // c0 - 2e-9, and so below unlitBelow once rounded, when dot < u * sqrt(r2) * axisLength with
+  // u = c0 - 2e-9; compared as squares (their relative error, about 1e-15, is far inside the
+  // margin).
+  double u, uu;
 
   void SetBand() noexcept {
     const double edge = angle / kDegrees;
@@ -42,6 +47,14 @@ struct Lamp {
       litAbove = c0 + 1e-9;
       unlitBelow = c0 - 1e-9;
     }
+    u = unlitBelow - 1e-9;
+    uu = u * u * axisLength * axisLength;
+  }
+
+  bool CertainlyUnlit(double dot, double r2) const noexcept {
+    if (std::isinf(u)) return u > 0;
+    if (u >= 0) return dot < 0 || dot * dot < uu * r2;
+    return dot < 0 && dot * dot > uu * r2;
   }
 
   bool Lit(double cosine) const noexcept {
@@ -67,8 +80,10 @@ void LightRow(BYTE* p, int y, int left, int right, const Lamp& lamp) noexcept {
   const double vz = 0.0 - lamp.height;
   for (int x = left; x < right; ++x, p += 3) {
     const double dx = lamp.ax - x;
-    const double r = std::sqrt(lamp.height * lamp.height + dy * dy + dx * dx);
+    const double r2 = lamp.height * lamp.height + dy * dy + dx * dx;
     const double dot = lamp.ux * (x - lamp.ax) + lamp.uy * (y - lamp.ay) + lamp.uz * vz;
+    if (lamp.CertainlyUnlit(dot, r2)) continue;
+    const double r = std::sqrt(r2);
     if (!lamp.Lit(dot / r / lamp.axisLength)) continue;
     const double w = 1.0 / r;
     for (int c = 0; c < 3; ++c)
@@ -109,7 +124,8 @@ int CPicture::DrawLight(CPoint from, CPoint to, int length, int height, COLORREF
   // byte changes; the call still succeeds.
   if (std::isnan(lamp.k)) return 1;
 
-  for (int y = r0.top; y < r0.bottom; ++y)
+  // Every pixel is lit alone, so the rows go in memory order (bottom first) for the prefetcher.
+  for (int y = r0.bottom - 1; y >= r0.top; --y)
     LightRow(GetLineBuffer(y) + 3 * static_cast<std::ptrdiff_t>(r0.left), y, r0.left, r0.right,
              lamp);
   return 1;

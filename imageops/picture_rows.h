@@ -13,10 +13,17 @@ inline BYTE* RowOf(const CPicture& picture, int y) noexcept {
          static_cast<std::ptrdiff_t>(picture.Height() - 1 - y) * picture.GetDataWidth();
 }
 
-// Calls f(row) for each display row from the top, with the pixels' start of each.
+// Start of the row stored k-th in memory (0 = the bottom row of the picture).
+inline BYTE* StoredRow(const CPicture& picture, int k) noexcept {
+  return picture.GetBuffer() + static_cast<std::ptrdiff_t>(k) * picture.GetDataWidth();
+}
+
+// Calls f(row) with the start of each row, in memory order (bottom row first). For operations
+// that treat every pixel alone the order is not observable, and a forward walk through memory is
+// the one the processor's prefetching serves best.
 template <class F>
 void ForEachRow(const CPicture& picture, F&& f) {
-  for (int y = 0; y < picture.Height(); ++y) f(RowOf(picture, y));
+  for (int k = 0; k < picture.Height(); ++k) f(StoredRow(picture, k));
 }
 
 }  // namespace vardell::imageops

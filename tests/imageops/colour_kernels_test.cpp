@@ -75,4 +75,38 @@ TEST(ColourKernelsTest, GrayTwinsAgree) {
   EXPECT_EQ(k::GrayOf(white), 255);
 }
 
+TEST(ColourKernelsTest, HueTwinsAgreeOnEveryKindOfColour) {
+  // Colours on a grid of step 5 (channel orders, ties, gray and black all occur), then every
+  // near-gray triple (M, M - 1, M - 2) in all channel orders, where half-way X is common.
+  std::vector<BYTE> row;
+  for (int r = 0; r < 256; r += 5)
+    for (int g = 0; g < 256; g += 5)
+      for (int b = 0; b < 256; b += 5) row.insert(row.end(), {BYTE(b), BYTE(g), BYTE(r)});
+  for (int m = 2; m < 256; ++m) {
+    const BYTE c[3] = {BYTE(m), BYTE(m - 1), BYTE(m - 2)};
+    for (int o = 0; o < 6; ++o)
+      row.insert(row.end(), {c[o % 3], c[(o + 1 + o / 3) % 3], c[(o + 2 - o / 3) % 3]});
+  }
+  const auto& tables = vardell::hwv::Tables();
+  const std::size_t n = row.size() / 3;
+  const int cases[][3] = {{0, 0, 0}, {137, 0, 0}, {-59, 1, 20}, {360, 1, -300}, {1, 1, 2000}};
+  for (const auto& c : cases) {
+    auto a = row, b = row;
+    k::HueRow(a.data(), n, c[0], c[1] != 0, c[2], tables);
+    k::HueRowSse2(b.data(), n, c[0], c[1] != 0, c[2], tables);
+    for (std::size_t i = 0; i < row.size(); ++i)
+      ASSERT_EQ(a[i], b[i]) << "pixel " << i / 3 << " case " << c[0] << "," << c[1] << "," << c[2];
+  }
+  // Every hue shift on a few random rows with tails.
+  Rng rng(603);
+  for (int dh = 0; dh < 360; ++dh) {
+    const std::size_t len = static_cast<std::size_t>(dh % 40);
+    const auto random = RandomRow(rng, len);
+    auto a = random, b = random;
+    k::HueRow(a.data(), len, dh, dh % 2 == 1, dh - 180, tables);
+    k::HueRowSse2(b.data(), len, dh, dh % 2 == 1, dh - 180, tables);
+    ASSERT_EQ(a, b) << dh;
+  }
+}
+
 }  // namespace
