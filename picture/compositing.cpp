@@ -160,7 +160,7 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     maskHeight = static_cast<int>(mh);
   }
 
-  const std::size_t bytes = static_cast<std::size_t>(dw) * 3;
+  const std::size_t pixels = static_cast<std::size_t>(dw), bytes = 3 * pixels;
   auto columnSteps = NewArray<int>(static_cast<std::size_t>(dw));
   auto rowSteps = NewArray<std::ptrdiff_t>(static_cast<std::size_t>(dh));
   auto scratch = NewArray<std::uint8_t>(kCopy || contiguous ? 0 : bytes);
@@ -170,7 +170,7 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
   if (mask != nullptr) {
     maskColumnSteps = NewArray<int>(static_cast<std::size_t>(dw));
     maskRowSteps = NewArray<std::ptrdiff_t>(static_cast<std::size_t>(dh));
-    weights = NewArray<std::uint8_t>(static_cast<std::size_t>(dw));
+    weights = NewArray<std::uint8_t>(pixels);
     if (!maskColumnSteps || !maskRowSteps || !weights) return 0;
   }
   if (!columnSteps || !rowSteps || !scratch) return 0;
@@ -202,7 +202,6 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
   }
 
   const std::size_t srcBytes = static_cast<std::size_t>(sw) * 3;
-  const std::size_t pixels = static_cast<std::size_t>(dw);
   const ByteTables& tables = ByteTables::Get();
   const auto maskWeights =
       vardell::simd::UseSse2() ? kernels::MaskWeightsSse2 : kernels::MaskWeights;
@@ -221,13 +220,13 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
         !overlapping && srcRow - 3 * static_cast<std::ptrdiff_t>(c.s.left) != srcLastRow;
     if constexpr (kCopy) {
       if (overlapping)
-        kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
+        kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, pixels);
       else if (contiguous)
         std::memcpy(dstRow, srcRow, inPlace ? 0 : bytes);
       else if (wide)
-        kernels::CopyPixelsWide(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
+        kernels::CopyPixelsWide(srcRow, columnSteps.get(), dstRow, pixels);
       else
-        kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, static_cast<std::size_t>(dw));
+        kernels::CopyPixels(srcRow, columnSteps.get(), dstRow, pixels);
     } else if (overlapping) {
       const BYTE* s = srcRow;
       for (int i = 0; i < dw; ++i) {
@@ -237,8 +236,8 @@ int Composite(const CPicture& source, CPicture& target, const CRect& dstRect, co
     } else if (contiguous) {
       row(srcRow, dstRow, weights.get(), pixels);
     } else {
-      (wide ? kernels::CopyPixelsWide : kernels::CopyPixels)(
-          srcRow, columnSteps.get(), scratch.get(), static_cast<std::size_t>(dw));
+      (wide ? kernels::CopyPixelsWide : kernels::CopyPixels)(srcRow, columnSteps.get(),
+                                                             scratch.get(), pixels);
       row(scratch.get(), dstRow, weights.get(), pixels);
     }
     if (fromTop) {
