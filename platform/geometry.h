@@ -131,6 +131,8 @@ class CSize : public SIZE {
       : SIZE{static_cast<SHORT>(LOWORD(dw)), static_cast<SHORT>(HIWORD(dw))} {}
 
   constexpr bool operator==(const SIZE& s) const noexcept { return cx == s.cx && cy == s.cy; }
+  // Exact-type overloads keep C++20's reversed candidates from being ambiguous.
+  constexpr bool operator==(const CSize& s) const noexcept { return cx == s.cx && cy == s.cy; }
   constexpr bool operator!=(const SIZE& s) const noexcept { return !(*this == s); }
   constexpr void operator+=(SIZE s) noexcept { cx += s.cx, cy += s.cy; }
   constexpr void operator-=(SIZE s) noexcept { cx -= s.cx, cy -= s.cy; }
@@ -153,6 +155,7 @@ class CPoint : public POINT {
   constexpr void Offset(POINT p) noexcept { Offset(p.x, p.y); }
   constexpr void Offset(SIZE s) noexcept { Offset(s.cx, s.cy); }
   constexpr bool operator==(const POINT& p) const noexcept { return x == p.x && y == p.y; }
+  constexpr bool operator==(const CPoint& p) const noexcept { return x == p.x && y == p.y; }
   constexpr bool operator!=(const POINT& p) const noexcept { return !(*this == p); }
   constexpr void operator+=(SIZE s) noexcept { Offset(s); }
   constexpr void operator-=(SIZE s) noexcept { Offset(-s.cx, -s.cy); }
@@ -235,6 +238,7 @@ class CRect : public RECT {
   }
 
   constexpr bool operator==(const RECT& r) const noexcept { return ::EqualRect(*this, r); }
+  constexpr bool operator==(const CRect& r) const noexcept { return ::EqualRect(*this, r); }
   constexpr bool operator!=(const RECT& r) const noexcept { return !::EqualRect(*this, r); }
   constexpr void operator+=(POINT p) noexcept { OffsetRect(p); }
   constexpr void operator+=(SIZE s) noexcept { OffsetRect(s); }
