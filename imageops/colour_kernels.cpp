@@ -25,19 +25,6 @@ void TransformRow(BYTE* p, std::size_t n, const BYTE* red, const BYTE* green,
   }
 }
 
-void TransformRowSame(BYTE* p, std::size_t n, const BYTE* lut) noexcept {
-  const std::size_t bytes = 3 * n;
-  std::size_t i = 0;
-  for (; i + 4 <= bytes; i += 4) {
-    const BYTE a = p[i], b = p[i + 1], c = p[i + 2], d = p[i + 3];
-    p[i] = lut[a];
-    p[i + 1] = lut[b];
-    p[i + 2] = lut[c];
-    p[i + 3] = lut[d];
-  }
-  for (; i < bytes; ++i) p[i] = lut[p[i]];
-}
-
 // ---- Offsets ----
 
 namespace {

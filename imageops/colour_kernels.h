@@ -22,8 +22,6 @@ namespace vardell::imageops_kernels {
 // B = blue[B], G = green[G], R = red[R] for each pixel.
 void TransformRow(BYTE* p, std::size_t n, const BYTE* red, const BYTE* green,
                   const BYTE* blue) noexcept;
-// The same with one table for all three channels: every byte b of the row becomes lut[b].
-void TransformRowSame(BYTE* p, std::size_t n, const BYTE* lut) noexcept;
 
 // ---- Offsets ----
 

@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <new>
 
@@ -52,14 +51,7 @@ int CPicture::Transform(BYTE* red, BYTE* green, BYTE* blue) {
   if (!green) green = identity;
   if (!blue) blue = identity;
   const auto n = static_cast<std::size_t>(Width());
-  // One table for all three channels is applied byte by byte: the same lookups.
-  const bool same = std::memcmp(red, green, 256) == 0 && std::memcmp(red, blue, 256) == 0;
-  ForEachRow(*this, [&](BYTE* row) {
-    if (same)
-      k::TransformRowSame(row, n, red);
-    else
-      k::TransformRow(row, n, red, green, blue);
-  });
+  ForEachRow(*this, [&](BYTE* row) { k::TransformRow(row, n, red, green, blue); });
   return 1;
 }
 

@@ -1,4 +1,5 @@
 #include "imageops/colour_model.h"
+#include "imageops/reciprocal.h"
 #include "imageops_test_util.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +33,19 @@ TEST(ColourModelTest, IntegerStepsEqualTheDoubleStepsForEveryTriple) {
         ASSERT_EQ(vardell::hwv::SectorX(big, small, c),
                   static_cast<int>(big - (big - c) * 128 / (128 - q) + 0.5))
             << big << "," << small << "," << c;
+    }
+}
+
+TEST(ColourModelTest, ReciprocalDivisionAtEveryMultiple) {
+  // Quotients change only at multiples of d and the product is monotonic in n: checking both
+  // sides of each multiple up to the largest numerator the model divides covers every n.
+  using vardell::imageops::DivideSmall;
+  for (unsigned d = 1; d <= 510; ++d)
+    for (unsigned m = 0; m <= 130306; m += d) {
+      ASSERT_EQ(DivideSmall(m, d), m / d) << m << "/" << d;
+      if (m > 0) {
+        ASSERT_EQ(DivideSmall(m - 1, d), (m - 1) / d) << m - 1 << "/" << d;
+      }
     }
 }
 
