@@ -120,6 +120,7 @@ class VARDELL_API CMask {
   BOOL Rectangle(CRect rect, BYTE value);
   // Sets every pixel inside the region to value, rectangle by rectangle of its region data.
   BOOL FillRegion(CRgn* pRgn, BYTE value);
+  BOOL FillOutline(class CRegionOutline* pOutline, BYTE value);  // its polygons, even-odd rule
   // Scan-line seed fill, 4-connected, of the pixels equal to the seed's value. Answers the
   // number of pixels changed (0 when empty, the seed is outside or already has value).
   int FloodFill(int x, int y, BYTE value);
