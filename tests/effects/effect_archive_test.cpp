@@ -1,0 +1,352 @@
+// Effect documents: layouts worked out by hand, round trips of every class with and without a
+// mask, and documents that must fail cleanly (a CArchiveException inside, null outside, no object
+// and no temporary file left behind).
+#include "effect_test_util.h"
+
+#include "effects/effect_names.h"
+#include "fuzz/effect_memory_file.h"
+#include "platform/archive.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+namespace vardell::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+Bytes B(std::initializer_list<int> values) { return Bytes(values.begin(), values.end()); }
+Bytes operator+(Bytes a, const Bytes& b) {
+  a.insert(a.end(), b.begin(), b.end());
+  return a;
+}
+Bytes Text(const std::string& s) { return Bytes(s.begin(), s.end()); }
+Bytes Le32(std::uint32_t v) {
+  return B({int(v & 0xFF), int(v >> 8 & 0xFF), int(v >> 16 & 0xFF), int(v >> 24)});
+}
+Bytes NewClass(int schema, const std::string& name) {
+  return B({0xFF, 0xFF, schema & 0xFF, schema >> 8, int(name.size()), 0}) + Text(name);
+}
+// enabled, needs-before, the name with its one-byte length, and no mask.
+Bytes BasePart(int enable, int needBefore, const std::string& name) {
+  return Le32(enable) + Le32(needBefore) + B({int(name.size())}) + Text(name) + Le32(0);
+}
+
+int g_live = 0;
+constexpr std::uint8_t kBm[] = {'B', 'M'};
+
+// An effect that counts its instances, so that leaks show in every build.
+class CCountedEffect : public CEffectObj {
+  DECLARE_SERIAL(CCountedEffect)
+ public:
+  CCountedEffect() { ++g_live; }
+  ~CCountedEffect() override { --g_live; }
+  void Serialize(CArchive& ar) override {
+    CEffectObj::Serialize(ar);
+    if (ar.IsStoring())
+      ar << m_value;
+    else
+      ar >> m_value;
+  }
+  DWORD m_value = 0x01020304;
+};
+IMPLEMENT_SERIAL(CCountedEffect, CEffectObj, 1)
+
+class EffectArchive : public ::testing::Test {
+ protected:
+  Bytes Store(const CEffectObj& effect) {
+    const std::string path = m_docs.File("doc.vfx");
+    EXPECT_TRUE(StoreEffect(path.c_str(), &effect));
+    return ReadBytes(path);
+  }
+  std::unique_ptr<CEffectObj> Load(const Bytes& bytes) {
+    const std::string path = m_docs.File("in.vfx");
+    WriteBytes(path, bytes);
+    return std::unique_ptr<CEffectObj>(LoadEffect(path.c_str()));
+  }
+  static std::unique_ptr<CEffectObj> LoadFromMemory(const Bytes& bytes) {
+    fuzz_effects::MemoryFile file(bytes);
+    return std::unique_ptr<CEffectObj>(LoadEffect(file));
+  }
+  // The cause of the archive exception that loading throws inside, or -1 for none.
+  static int CauseInside(const Bytes& bytes) {
+    fuzz_effects::MemoryFile file(bytes);
+    try {
+      CArchive ar(&file, CArchive::load);
+      delete ar.ReadObject(RUNTIME_CLASS(CEffectObj));
+    } catch (CArchiveException* e) {
+      const int cause = e->m_cause;
+      e->Delete();
+      return cause;
+    }
+    return -1;
+  }
+  // Loading fails outside with the document text and leaves nothing behind.
+  void ExpectRefused(const Bytes& bytes, int cause) {
+    ErrorRecorder errors;
+    EXPECT_EQ(Load(bytes), nullptr);
+    ASSERT_FALSE(errors.texts().empty());
+    EXPECT_EQ(errors.texts().back(), m_docs.File("in.vfx") + " is not an effect document!");
+    EXPECT_EQ(CauseInside(bytes), cause);
+    EXPECT_EQ(g_live, 0);
+    EXPECT_TRUE(m_work.Empty());
+  }
+
+  WorkFolder m_work;
+  TempDir m_docs;
+};
+
+TEST_F(EffectArchive, OneEffectByHand) {
+  CSoften soften;
+  soften.m_wRadius = 3;
+  const Bytes expected =
+      NewClass(1, "CSoften") + BasePart(1, 0, effect_names::kSoften) + B({0x03, 0x00});
+  EXPECT_EQ(Store(soften), expected);
+  auto loaded = Load(expected);
+  ASSERT_NE(loaded, nullptr);
+  ASSERT_TRUE(loaded->IsKindOf(RUNTIME_CLASS(CSoften)));
+  EXPECT_EQ(static_cast<CSoften&>(*loaded).m_wRadius, 3);
+  EXPECT_EQ(loaded->m_strName, "\xC8\xE1\xBB\xAF");
+  EXPECT_FALSE(loaded->m_Mask.IsValid());
+}
+
+TEST_F(EffectArchive, MultiEffectsWithTwoChildrenByHand) {
+  CMultiEffects list;
+  auto* adjust = new CColorAdjust;
+  adjust->m_nHue = 1;
+  adjust->m_nSaturation = 2;
+  adjust->m_nBrightness = 3;
+  adjust->m_nContrast = 4;
+  adjust->m_nRed = 5;
+  adjust->m_nBlue = 6;
+  adjust->m_nGreen = -7;
+  adjust->m_bNeedBefore = 1;
+  list.AddEffect(adjust);
+  list.AddEffect(new CMirror);
+  // The list is class 1 and object 2; its children's classes and objects follow: 3, 4, 5, 6.
+  const Bytes expected =
+      NewClass(1, "CMultiEffects") + BasePart(1, 0, effect_names::kMultiEffects) + B({2, 0}) +
+      NewClass(1, "CColorAdjust") + BasePart(1, 1, effect_names::kColorAdjust) + Le32(1) + Le32(2) +
+      Le32(3) + Le32(4) + Le32(5) + Le32(6) + Le32(0xFFFFFFF9) + NewClass(1, "CMirror") +
+      BasePart(1, 0, effect_names::kMirror) + B({1});
+  EXPECT_EQ(Store(list), expected);
+
+  // A class met a second time is its index: two grays give FF FF ... "CGray", then 03 80.
+  CMultiEffects grays;
+  grays.m_bEnable = 0;
+  grays.AddEffect(new CGray);
+  grays.AddEffect(new CGray);
+  const Bytes gray = BasePart(1, 0, effect_names::kGray);
+  EXPECT_EQ(Store(grays), NewClass(1, "CMultiEffects") +
+                              BasePart(0, 0, effect_names::kMultiEffects) + B({2, 0}) +
+                              NewClass(1, "CGray") + gray + B({0x03, 0x80}) + gray);
+
+  auto loaded = Load(expected);
+  ASSERT_NE(loaded, nullptr);
+  auto& back = static_cast<CMultiEffects&>(*loaded);
+  ASSERT_EQ(back.GetCount(), 2);
+  ASSERT_TRUE(back.GetEffect(0)->IsKindOf(RUNTIME_CLASS(CColorAdjust)));
+  EXPECT_EQ(static_cast<CColorAdjust*>(back.GetEffect(0))->m_nGreen, -7);
+  EXPECT_EQ(back.GetEffect(0)->m_bNeedBefore, 1);
+  EXPECT_TRUE(back.GetEffect(1)->IsKindOf(RUNTIME_CLASS(CMirror)));
+}
+
+TEST_F(EffectArchive, MaskTravelsAsABitmapFile) {
+  CGray gray;
+  CMask mask;
+  mask.CreateMask(3, 2, 0);
+  const BYTE values[2][3] = {{1, 2, 3}, {4, 5, 6}};
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 3; ++x) *mask.GetPixel(x, y) = values[y][x];
+  gray.SetMask(mask);
+
+  // File header (size 1078 + 8, pixels at 1078), info header (biSizeImage one stride), the grey
+  // palette, then the rows bottom-up with their padding.
+  Bytes file = B({'B', 'M'}) + Le32(1086) + Le32(0) + Le32(1078) + Le32(40) + Le32(3) + Le32(2) +
+               B({1, 0, 8, 0}) + Le32(0) + Le32(4) + Le32(0) + Le32(0) + Le32(0) + Le32(0);
+  for (int i = 0; i < 256; ++i) file = file + B({i, i, i, 0});
+  file = file + B({4, 5, 6, 0, 1, 2, 3, 0});
+  const std::string name = effect_names::kGray;
+  const Bytes expected = NewClass(1, "CGray") + Le32(1) + Le32(0) + B({int(name.size())}) +
+                         Text(name) + Le32(1086) + file;
+  EXPECT_EQ(Store(gray), expected);
+  EXPECT_TRUE(m_work.Empty());
+
+  auto loaded = Load(expected);
+  ASSERT_NE(loaded, nullptr);
+  ASSERT_EQ(loaded->m_Mask.GetMaskSize(), CSize(3, 2));
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 3; ++x) EXPECT_EQ(*loaded->m_Mask.GetPixel(x, y), values[y][x]);
+  EXPECT_TRUE(m_work.Empty());
+}
+
+// One effect of each class with every parameter away from its default.
+std::vector<std::unique_ptr<CEffectObj>> EveryClass() {
+  std::vector<std::unique_ptr<CEffectObj>> all;
+  auto adjust = std::make_unique<CColorAdjust>();
+  adjust->m_nHue = -30;
+  adjust->m_nSaturation = 11;
+  adjust->m_nBrightness = 12;
+  adjust->m_nContrast = 13;
+  adjust->m_nRed = 14;
+  adjust->m_nBlue = 15;
+  adjust->m_nGreen = 16;
+  all.push_back(std::move(adjust));
+  auto mirror = std::make_unique<CMirror>();
+  mirror->m_byMirror = 0xA5;
+  all.push_back(std::move(mirror));
+  auto soften = std::make_unique<CSoften>();
+  soften->m_wRadius = 0x1234;
+  all.push_back(std::move(soften));
+  auto sharpen = std::make_unique<CSharpen>();
+  sharpen->m_nStrength = 7;
+  all.push_back(std::move(sharpen));
+  all.push_back(std::make_unique<CGray>());
+  auto light = std::make_unique<CLight>();
+  light->SetLightParams(CPoint(-1, 2), CPoint(3, 4), 5, 6, RGB(7, 8, 9), 10, 11);
+  light->m_PaperSize = CSize(640, 480);
+  all.push_back(std::move(light));
+  auto balance = std::make_unique<CGrayBalance>();
+  for (int c = 0; c < 4; ++c) balance->SetCurve(c, c + 1, 200 + c, 0.25 * (c + 1), c + 5, 250 - c);
+  all.push_back(std::move(balance));
+  auto list = std::make_unique<CMultiEffects>();
+  list->AddEffect(new CGray);
+  list->AddEffect(nullptr);
+  list->AddEffect(new CCountedEffect);
+  all.push_back(std::move(list));
+  all.push_back(std::make_unique<CEffectObj>());
+  for (auto& effect : all) {
+    effect->m_bEnable = 0;
+    effect->m_bNeedBefore = 1;
+    effect->m_strName += "*";
+  }
+  return all;
+}
+
+TEST_F(EffectArchive, EveryClassRoundTripsWithAndWithoutAMask) {
+  CMask mask;  // 150 x 120: more than one 16384-byte piece
+  mask.CreateMask(150, 120, 0);
+  Rng rng(11);
+  for (int y = 0; y < 120; ++y)
+    for (int x = 0; x < 150; ++x) *mask.GetPixel(x, y) = rng.Byte();
+  for (bool masked : {false, true}) {
+    for (auto& effect : EveryClass()) {
+      SCOPED_TRACE(std::string(effect->GetRuntimeClass()->m_lpszClassName) +
+                   (masked ? " with a mask" : ""));
+      if (masked) effect->SetMask(mask);
+      const Bytes stored = Store(*effect);
+      auto loaded = Load(stored);
+      ASSERT_NE(loaded, nullptr);
+      EXPECT_EQ(loaded->GetRuntimeClass(), effect->GetRuntimeClass());
+      EXPECT_EQ(loaded->m_strName, effect->m_strName);
+      EXPECT_EQ(loaded->m_bEnable, 0);
+      EXPECT_EQ(loaded->m_bNeedBefore, 1);
+      ASSERT_EQ(loaded->m_Mask.IsValid(), masked);
+      if (masked) {
+        const int bytes = mask.GetDataWidth() * 120;
+        EXPECT_TRUE(
+            std::equal(mask.GetBuffer(), mask.GetBuffer() + bytes, loaded->m_Mask.GetBuffer()));
+      }
+      // Every parameter came back: storing again gives the same bytes.
+      EXPECT_EQ(Store(*loaded), stored);
+    }
+  }
+  EXPECT_EQ(g_live, 0);
+  EXPECT_TRUE(m_work.Empty());
+}
+
+TEST_F(EffectArchive, WrongClassesAndReferencesAreRefused) {
+  const Bytes gray = BasePart(1, 0, "g");
+  const Bytes listHead = NewClass(1, "CMultiEffects") + BasePart(1, 0, "m");
+  ExpectRefused(NewClass(1, "CNoSuchEffect") + gray, CArchiveException::badClass);
+  ExpectRefused(NewClass(0, "CWordArray") + B({0, 0}), CArchiveException::badClass);
+  ExpectRefused(NewClass(2, "CSoften") + gray + B({1, 0}), CArchiveException::badSchema);
+  ExpectRefused(B({0, 0}), -1);  // a null document: no exception, but no effect either
+  // Children: another class, the list itself, and one child twice.
+  ExpectRefused(listHead + B({1, 0}) + NewClass(0, "CWordArray") + B({0, 0}),
+                CArchiveException::badClass);
+  ExpectRefused(listHead + B({1, 0, 0x02, 0x00}), CArchiveException::badIndex);
+  ExpectRefused(
+      listHead + B({2, 0}) + NewClass(1, "CCountedEffect") + gray + Le32(9) + B({0x04, 0x00}),
+      CArchiveException::badIndex);
+  // A count larger than the data.
+  ExpectRefused(listHead + B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}), CArchiveException::endOfFile);
+
+  // A null child is kept, and running skips it.
+  auto loaded = Load(listHead + B({2, 0, 0, 0}) + NewClass(1, "CGray") + gray);
+  ASSERT_NE(loaded, nullptr);
+  auto& list = static_cast<CMultiEffects&>(*loaded);
+  ASSERT_EQ(list.GetCount(), 2);
+  EXPECT_EQ(list.GetEffect(0), nullptr);
+  CPicture picture, expected;
+  FillRandom(picture, 5, 4, 2);
+  CopyWith(picture, expected, [](CPicture& p) { p.ConvertToGray(); });
+  RunEffect(list, picture);
+  EXPECT_EQ(Pixels(picture), Pixels(expected));
+}
+
+TEST_F(EffectArchive, NestingIsLimited) {
+  for (int levels : {CMultiEffects::kMaxNesting, CMultiEffects::kMaxNesting + 1}) {
+    auto outer = std::make_unique<CMultiEffects>();
+    CMultiEffects* inner = outer.get();
+    for (int i = 1; i < levels; ++i) {
+      auto* next = new CMultiEffects;
+      inner->AddEffect(next);
+      inner = next;
+    }
+    inner->AddEffect(new CCountedEffect);
+    const Bytes stored = Store(*outer);
+    outer.reset();
+    if (levels == CMultiEffects::kMaxNesting) {
+      EXPECT_NE(Load(stored), nullptr);
+      EXPECT_EQ(g_live, 0);
+    } else {
+      ExpectRefused(stored, CArchiveException::genericException);
+    }
+  }
+}
+
+TEST_F(EffectArchive, EveryCutAndBadMaskFailsCleanly) {
+  Bytes whole;
+  {
+    CMultiEffects list;
+    auto* adjust = new CColorAdjust;
+    adjust->m_nBrightness = 9;
+    CMask mask;
+    MakeHalfMask(mask, 20, 10);
+    adjust->SetMask(mask);
+    list.AddEffect(adjust);
+    list.AddEffect(new CCountedEffect);
+    list.AddEffect(new CLight);
+    whole = Store(list);
+  }
+  ASSERT_GT(whole.size(), 1078u + 200u);
+  // Every cut, except that inside the mask's bitmap file (one code path for all of its bytes)
+  // only its ends and every 53rd byte are taken.
+  const std::size_t maskAt = std::search(whole.begin(), whole.end(), kBm, kBm + 2) - whole.begin();
+  const std::size_t maskEnd = maskAt + 1078 + 200;
+  ASSERT_LT(maskEnd, whole.size());
+  {
+    ErrorRecorder quiet;
+    for (std::size_t n = 0; n < whole.size(); ++n) {
+      if (n > maskAt + 64 && n + 64 < maskEnd && (n - maskAt) % 53 != 0) continue;
+      ASSERT_EQ(LoadFromMemory(Bytes(whole.begin(), whole.begin() + n)), nullptr) << n;
+      ASSERT_EQ(g_live, 0) << n;
+      ASSERT_TRUE(m_work.Empty()) << n;
+    }
+  }
+  EXPECT_EQ(CauseInside(Bytes(whole.begin(), whole.end() - 1)), CArchiveException::endOfFile);
+  EXPECT_NE(LoadFromMemory(whole), nullptr);
+  EXPECT_EQ(g_live, 0);
+
+  // A mask that is no bitmap file, and one longer than the document.
+  const Bytes head = NewClass(1, "CGray") + Le32(1) + Le32(0) + B({1, 'g'});
+  ExpectRefused(head + Le32(10) + Text("0123456789"), CArchiveException::genericException);
+  ExpectRefused(head + Le32(0xFFFFFFF0) + Text("BM..."), CArchiveException::endOfFile);
+}
+
+}  // namespace
+}  // namespace vardell::test
