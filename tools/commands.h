@@ -16,6 +16,9 @@ int Info(const Args& args);
 int Convert(const Args& args);
 int Demo(const Args& args);
 int Plugins(const Args& args);
+int Apply(const Args& args);
+int Record(const Args& args);
+int Replay(const Args& args);
 
 // Parses "NUM/DEN" with positive integers; false when malformed.
 bool ParseScale(const std::string& text, int& num, int& den);

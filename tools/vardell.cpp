@@ -3,6 +3,9 @@
 //   vardell convert IN OUT [--jpeg] [--quality Q] [--progressive] [--scale NUM/DEN]
 //   vardell demo [--out DIR] [--samples DIR]
 //   vardell plugins PATTERN
+//   vardell apply IN OUT --effect NAME[:ARGS] ... [--mask M]
+//   vardell record DOC --effect NAME[:ARGS] ... [--mask M]
+//   vardell replay DOC IN OUT
 // Errors print the library's own texts on standard error and give a non-zero exit status.
 #include "tools/commands.h"
 
@@ -18,7 +21,10 @@ void Usage() {
       "usage: vardell info FILE\n"
       "       vardell convert IN OUT [--jpeg] [--quality Q] [--progressive] [--scale NUM/DEN]\n"
       "       vardell demo [--out DIR] [--samples DIR]\n"
-      "       vardell plugins PATTERN\n",
+      "       vardell plugins PATTERN\n"
+      "       vardell apply IN OUT --effect NAME[:ARGS] ... [--mask M]\n"
+      "       vardell record DOC --effect NAME[:ARGS] ... [--mask M]\n"
+      "       vardell replay DOC IN OUT\n",
       stderr);
 }
 
@@ -42,6 +48,12 @@ int main(int argc, char** argv) {
     status = vardell::tool::Demo(args);
   else if (command == "plugins")
     status = vardell::tool::Plugins(args);
+  else if (command == "apply")
+    status = vardell::tool::Apply(args);
+  else if (command == "record")
+    status = vardell::tool::Record(args);
+  else if (command == "replay")
+    status = vardell::tool::Replay(args);
   if (status == 2) Usage();
   return status;
 }
