@@ -3,10 +3,10 @@
 // The tracer never follows pixels. It takes the selection as rectangles (runs of a mask's 255
 // pixels with identical rows coalesced, or a region's banded rectangles), gives each rectangle a
 // ring of its 4 corners and links every new rectangle into the rings of the rectangles above it.
-// Every ring runs clockwise on screen (left wall up, top edge right, right wall down, bottom edge
-// left), holes included, and its vertices lie on pixel corners: a run of pixels from column l to
-// r - 1 in row y is the rectangle (l, y, r, y + 1). Vertices are kept exactly as linked, so a
-// polygon may hold repeated and collinear points; OptimizeOutline merges them.
+// Outer boundaries run clockwise on screen (left wall up, top edge right, right wall down, bottom
+// edge left), holes the other way round, and vertices lie on pixel corners: a run of pixels from
+// column l to r - 1 in row y is the rectangle (l, y, r, y + 1). Vertices are kept exactly as
+// linked, so a polygon may hold repeated and collinear points; OptimizeOutline merges them.
 //
 // The outline that callers read is the pair of public arrays: m_groupSizes[k] vertices of polygon
 // k follow those of polygons 0..k-1 in m_vertices, each packed as x in the low and y in the high
