@@ -1,5 +1,6 @@
 // Mask files: the 8-bit BMP writer and reader, the codec path, and every refusal text.
 #include "mask/mask.h"
+#include "platform/bitmap.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +29,7 @@ void PutLE(std::vector<std::uint8_t>& v, std::size_t at, std::uint32_t value, in
 // x + 10 * row (bottom row first).
 std::vector<std::uint8_t> MaskBmp(int width, int height, int bitCount, int rows,
                                   std::uint32_t infoSize = 40) {
-  const int stride = ((width * bitCount + 31) / 32) * 4;
+  const int stride = DibStride(width, bitCount);  // 64-bit inside: huge widths do not overflow
   std::vector<std::uint8_t> v(1078, 0);
   v[0] = 'B', v[1] = 'M';
   PutLE(v, 10, 1078, 4);
