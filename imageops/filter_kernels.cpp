@@ -223,7 +223,8 @@ void BoxStepMmxSse2(std::uint16_t* sums, BYTE* out, const BYTE* entering, const 
 
 void SharpenRow(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out, std::size_t n,
                 int k) noexcept {
-  for (std::size_t i = 0; i < n; ++i) {
+  // A signed index: the rows are addressed from 3 bytes before their first byte.
+  for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(n); ++i) {
     const int c = cur[i];
     const int s = above[i - 3] + above[i] + above[i + 3] + cur[i - 3] + cur[i + 3] + below[i - 3] +
                   below[i] + below[i + 3];
