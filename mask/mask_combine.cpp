@@ -193,19 +193,23 @@ BOOL CMask::Combine(CMask& dest, CRect destRect, CRect srcRect, CombineOp op, in
   const std::size_t n = static_cast<std::size_t>(W);
   const std::ptrdiff_t dstStride = dest.GetDataWidth(), srcStride = GetDataWidth();
   // Image row y lives at base - y * stride: one image row down is one stride back in memory.
-  BYTE* dstRow = dest.GetLineBuffer(destRect.top) + destRect.left;
+  BYTE* const dstTop = dest.GetLineBuffer(destRect.top) + destRect.left;
   const BYTE* srcBase = GetLineBuffer(srcRect.top) + srcRect.left;
   const int* map = xs.data();
+  // A mask combined into itself goes from the top row down, as defined. Otherwise the rows are
+  // independent and go in memory order, bottom row first, which streams through memory.
+  const bool self = (&dest == this);
 
-  for (int j = 0; j < H; ++j, dstRow -= dstStride) {
+  for (int step = 0; step < H; ++step) {
+    const int j = self ? step : H - 1 - step;
+    BYTE* const dstRow = dstTop - j * dstStride;
     const BYTE* s = srcBase - ys[static_cast<std::size_t>(j)] * srcStride;
     switch (op) {
       case CombineOp::copy:
-        // A source row used again gives the same destination row as the one above it (unless
-        // the mask is copied into itself, where that row may have changed the source).
-        if (j > 0 && ys[static_cast<std::size_t>(j)] == ys[static_cast<std::size_t>(j) - 1] &&
-            &dest != this)
-          std::memcpy(dstRow, dstRow + dstStride, n);
+        // A source row used again gives the destination row just written below it.
+        if (!self && j + 1 < H &&
+            ys[static_cast<std::size_t>(j)] == ys[static_cast<std::size_t>(j) + 1])
+          std::memcpy(dstRow, dstRow - dstStride, n);
         else if (identityColumns)
           CopyRow(s, dstRow, n);
         else

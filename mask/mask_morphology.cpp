@@ -290,6 +290,13 @@ namespace {
 
 using namespace vardell::mask_kernels;
 
+// Row k in memory order: the bottom image row is 0. The passes whose rule is the same read
+// upwards or downwards (every one but EdgeDetect) walk the rows this way, streaming through
+// memory forwards; their results are those of walking from the top.
+BYTE* MemoryRow(CMask& mask, std::int64_t k) {
+  return mask.GetBuffer() + k * static_cast<std::ptrdiff_t>(mask.GetDataWidth());
+}
+
 // Vertical dilation or erosion by running counts of nonzero pixels per column: a pixel is set
 // when its window holds at least `atLeast` nonzero pixels (1 for dilation, the whole window for
 // erosion; rows outside the mask count as 0). Rows are written in place, so the originals that
@@ -303,13 +310,12 @@ void VerticalCounts(CMask& mask, std::int64_t half, Count atLeast) {
   std::vector<Count> count(n, 0);
   const std::vector<BYTE> zeros(n, 0);
   for (std::int64_t y = 0; y <= std::min<std::int64_t>(half, height - 1); ++y)
-    AddNonZeroCounts(mask.GetLineBuffer(static_cast<int>(y)), count.data(), n);
+    AddNonZeroCounts(MemoryRow(mask, y), count.data(), n);
   for (std::int64_t y = 0; y < height; ++y) {
-    const BYTE* entering =
-        y + half + 1 < height ? mask.GetLineBuffer(static_cast<int>(y + half + 1)) : zeros.data();
+    const BYTE* entering = y + half + 1 < height ? MemoryRow(mask, y + half + 1) : zeros.data();
     const BYTE* leaving =
         y - half >= 0 ? &ring[static_cast<std::size_t>((y - half) % ringRows) * n] : zeros.data();
-    BYTE* line = mask.GetLineBuffer(static_cast<int>(y));
+    BYTE* line = MemoryRow(mask, y);
     BYTE* saved = &ring[static_cast<std::size_t>(y % ringRows) * n];
     if constexpr (std::is_same_v<Count, std::uint8_t>)
       SlideCountsRowSse2(line, saved, entering, leaving, count.data(), n, atLeast);
@@ -329,7 +335,7 @@ void VerticalWindow(CMask& mask, int half, bool any) {
   const auto slot = [&](int y) { return &ring[static_cast<std::size_t>(y % ringRows) * n]; };
   const BYTE* rows[5];
   for (int y = 0; y < height; ++y) {
-    BYTE* line = mask.GetLineBuffer(y);
+    BYTE* line = MemoryRow(mask, y);
     if (!any && (y - half < 0 || y + half >= height)) {
       std::memcpy(slot(y), line, n);
       std::memset(line, 0, n);
@@ -337,7 +343,7 @@ void VerticalWindow(CMask& mask, int half, bool any) {
     }
     int count = 0;
     for (int j = std::max(y - half, 0); j <= std::min(y + half, height - 1); ++j)
-      rows[count++] = j < y ? slot(j) : mask.GetLineBuffer(j);
+      rows[count++] = j < y ? slot(j) : MemoryRow(mask, j);
     WindowRowsSse2(rows, count, line, slot(y), n, any);
   }
 }
@@ -359,7 +365,7 @@ void Vertical(CMask& mask, std::int64_t half, std::int64_t atLeast) {
 
 void ClearPixels(CMask& mask) {
   for (int y = 0; y < mask.Height(); ++y)
-    std::memset(mask.GetLineBuffer(y), 0, static_cast<std::size_t>(mask.Width()));
+    std::memset(MemoryRow(mask, y), 0, static_cast<std::size_t>(mask.Width()));
 }
 
 // Horizontal dilation (any) or erosion through a padded row whose `half` bytes at each end are
@@ -371,7 +377,7 @@ void Horizontal(CMask& mask, std::int64_t half, bool any) {
   const std::size_t h = static_cast<std::size_t>(half), span = 2 * h + 1;
   std::vector<BYTE> padded(n + 2 * h, 0), scratch(n + 2 * h);
   for (int y = 0; y < mask.Height(); ++y) {
-    BYTE* line = mask.GetLineBuffer(y);
+    BYTE* line = MemoryRow(mask, y);
     std::memcpy(padded.data() + h, line, n);
     if (any)
       SpanAnyRow(padded.data(), line, n, span, scratch.data());
@@ -451,21 +457,21 @@ BOOL CMask::Soften(int radius) {
   // (Above 32767 the span itself would wrap; the window stays 2 * radius + 1 pixels here.)
   const Divider16 div(static_cast<std::uint16_t>(2 * r + 1));
   std::vector<std::uint16_t> sums(n), prefix(n + 1);
-  for (int y = 0; y < height; ++y) BoxBlurRow(GetLineBuffer(y), n, r, div, prefix.data());
+  for (int k = 0; k < height; ++k) BoxBlurRow(MemoryRow(*this, k), n, r, div, prefix.data());
 
-  // Vertical pass over running column sums. The top pixel counts radius + 1 times and rows past
-  // the bottom repeat the bottom row. Rows are rewritten in place, so the originals that still
-  // have to leave the window are kept in a ring of radius + 1 row copies.
+  // Vertical pass over running column sums, in memory order. The first row counts radius + 1
+  // times and rows past the last repeat the last row. Rows are rewritten in place, so the
+  // originals that still have to leave the window are kept in a ring of radius + 1 row copies.
   const std::int64_t lastRow = height - 1;
   const std::int64_t below = std::min(r, lastRow);
-  const unsigned topCopies = static_cast<unsigned>((r + 1) & 0xFFFF);
-  const unsigned bottomCopies = static_cast<unsigned>((r - below) & 0xFFFF);
-  const BYTE* top = GetLineBuffer(0);
-  const BYTE* bottom = GetLineBuffer(height - 1);
+  const unsigned firstCopies = static_cast<unsigned>((r + 1) & 0xFFFF);
+  const unsigned lastCopies = static_cast<unsigned>((r - below) & 0xFFFF);
+  const BYTE* first = MemoryRow(*this, 0);
+  const BYTE* last = MemoryRow(*this, height - 1);
   for (std::size_t c = 0; c < n; ++c)
-    sums[c] = static_cast<std::uint16_t>(top[c] * topCopies + bottom[c] * bottomCopies);
+    sums[c] = static_cast<std::uint16_t>(first[c] * firstCopies + last[c] * lastCopies);
   for (std::int64_t i = 1; i <= below; ++i) {
-    const BYTE* row = GetLineBuffer(static_cast<int>(i));
+    const BYTE* row = MemoryRow(*this, i);
     for (std::size_t c = 0; c < n; ++c) sums[c] = static_cast<std::uint16_t>(sums[c] + row[c]);
   }
   const std::int64_t ringRows = std::min<std::int64_t>(r + 1, height);
@@ -475,13 +481,11 @@ BOOL CMask::Soften(int radius) {
   };
   for (std::int64_t y = 0; y < height; ++y) {
     const bool more = y < lastRow;
-    const BYTE* entering =
-        more ? GetLineBuffer(static_cast<int>(std::min(y + r + 1, lastRow))) : nullptr;
+    const BYTE* entering = more ? MemoryRow(*this, std::min(y + r + 1, lastRow)) : nullptr;
     // The leaving row was saved at an earlier step; at the first row it is the row itself,
     // which SlideSumsRow saves before it reads it.
     const BYTE* leaving = more ? slot(std::max<std::int64_t>(y - r, 0)) : nullptr;
-    SlideSumsRow(GetLineBuffer(static_cast<int>(y)), slot(y), entering, leaving, sums.data(), n,
-                 div);
+    SlideSumsRow(MemoryRow(*this, y), slot(y), entering, leaving, sums.data(), n, div);
   }
   return TRUE;
 }

@@ -187,7 +187,7 @@ TEST(MaskFiles, RefusalsWithTheirExactTexts) {
   EXPECT_FALSE(mask.IsValid());
   // Sizes no mask buffer can hold, and top-down rows, are damaged headers here.
   const std::string huge = dir.File("huge.bmp");
-  WriteBytes(huge, MaskBmp(0x7FFFFFF0, 0x7FFFFFF0, 8, 1));
+  WriteBytes(huge, MaskBmp(0x7FFFFFF0, 0x7FFFFFF0, 8, 0));
   expectLoad(huge, " is a damaged bitmap file!");
   const std::string topDown = dir.File("topdown.bmp");
   WriteBytes(topDown, MaskBmp(4, -4, 8, 4));
