@@ -19,6 +19,7 @@ int Plugins(const Args& args);
 int Apply(const Args& args);
 int Record(const Args& args);
 int Replay(const Args& args);
+int Paint(const Args& args);
 
 // Parses "NUM/DEN" with positive integers; false when malformed.
 bool ParseScale(const std::string& text, int& num, int& den);

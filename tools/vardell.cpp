@@ -6,6 +6,7 @@
 //   vardell apply IN OUT --effect NAME[:ARGS] ... [--mask M]
 //   vardell record DOC --effect NAME[:ARGS] ... [--mask M]
 //   vardell replay DOC IN OUT
+//   vardell paint IN OUT --pen KIND --style MASK --stroke FILE [options]
 // Errors print the library's own texts on standard error and give a non-zero exit status.
 #include "tools/commands.h"
 
@@ -24,7 +25,8 @@ void Usage() {
       "       vardell plugins PATTERN\n"
       "       vardell apply IN OUT --effect NAME[:ARGS] ... [--mask M]\n"
       "       vardell record DOC --effect NAME[:ARGS] ... [--mask M]\n"
-      "       vardell replay DOC IN OUT\n",
+      "       vardell replay DOC IN OUT\n"
+      "       vardell paint IN OUT --pen KIND --style MASK --stroke FILE [options]\n",
       stderr);
 }
 
@@ -54,6 +56,8 @@ int main(int argc, char** argv) {
     status = vardell::tool::Record(args);
   else if (command == "replay")
     status = vardell::tool::Replay(args);
+  else if (command == "paint")
+    status = vardell::tool::Paint(args);
   if (status == 2) Usage();
   return status;
 }
