@@ -5,6 +5,7 @@
 #include "effects/effects.h"
 #include "hostutil/messages.h"
 #include "mask/mask.h"
+#include "pens/pen_kinds.h"
 #include "picture/picture.h"
 #include "platform/region.h"
 
@@ -160,6 +161,87 @@ void DemoEffects(DemoContext& demo) {
   demo.Check(ok, "replay effects.vfx on a half-size copy (" + SizeText(half) +
                      "), store effects-replay-half.bmp");
 }
+
+// Pens: strokes queued point by point and painted on each pen's worker thread.
+void DemoPens(DemoContext& demo) {
+  std::printf("Pens: painting strokes\n");
+  CPicture picture;
+  if (!picture.LoadPicture(demo.In("astronaut.jpg").c_str())) {
+    demo.Check(false, "load astronaut.jpg");
+    return;
+  }
+  CPicture original;
+  picture.Duplicate(original);
+  const int w = picture.Width(), h = picture.Height();
+
+  // A soft round brush, 32 x 32.
+  CMask brush;
+  CRgn round;
+  const std::string style = demo.Out("pen-style.bmp");
+  bool ok = brush.CreateMask(32, 32, 0) && round.CreateEllipticRgn(2, 2, 30, 30) &&
+            brush.FillRegion(&round, 255) && brush.Soften(3) &&
+            brush.StoreMask(style.c_str(), 0, 75);
+  demo.Check(ok, "soft round pen style 32 x 32, store pen-style.bmp");
+  if (!ok) return;
+
+  CWnd display;
+  display.CreateMessageWindow();
+  // A line of points from (x0, y0) to (x1, y1), three pixels apart; the first may carry the
+  // stroke-start mark.
+  auto stroke = [](CPenObject& pen, CPoint from, CPoint to, BYTE pressure, bool mark) {
+    const int steps = std::max(std::abs(to.x - from.x), std::abs(to.y - from.y)) / 3 + 1;
+    for (int i = 0; i <= steps; ++i) {
+      CPoint pt(from.x + (to.x - from.x) * i / steps, from.y + (to.y - from.y) * i / steps);
+      if (mark && i == 0) pt.Offset(16384, 16384);
+      pen.AddPoint(pt, pressure);
+    }
+  };
+  auto paint = [&](CPenObject& pen, const char* out, const std::string& what) {
+    pen.SetPictures(&picture, &original, nullptr);
+    pen.SetDisplay(&display, WM_USER + 1);
+    pen.SetPaperSize();
+    bool done =
+        pen.Execute() && pen.Wait() && picture.StorePicture(demo.Out(out).c_str(), FALSE, 0, 0);
+    demo.Check(done, what + " (" + std::to_string(pen.m_Points.GetSize()) + " points, " +
+                         std::to_string(display.GetPostedMessageCount()) +
+                         " squares posted), store " + out);
+    MSG msg;
+    while (display.PeekPostedMessage(msg)) {
+    }
+  };
+
+  CWaterPen water;
+  water.SetPenStyle(style.c_str(), RGB(230, 40, 40), 24);
+  stroke(water, CPoint(w / 8, h / 8), CPoint(w * 7 / 8, h / 4), 220, false);
+  paint(water, "pens-1-water.bmp", "red water-colour stroke");
+
+  CSoftenPen soften;
+  soften.SetPenStyle(style.c_str(), 0, 40);
+  stroke(soften, CPoint(w / 4, h / 2), CPoint(w * 3 / 4, h / 2), 255, false);
+  paint(soften, "pens-2-soften.bmp", "soften stroke across the middle");
+
+  CFingerPen finger;
+  finger.SetPenStyle(style.c_str(), 0, 28);
+  stroke(finger, CPoint(w / 3, h / 4 - 10), CPoint(w / 3, h * 2 / 3), 180, true);
+  paint(finger, "pens-3-finger.bmp", "finger smudge dragging the red stroke down");
+
+  CDoublePen clone;
+  clone.SetPenStyle(style.c_str(), 0, 36);
+  clone.SetPoints(CPoint(w / 2, h * 3 / 5), CPoint(w / 8, h * 4 / 5));
+  stroke(clone, CPoint(w / 8, h * 4 / 5), CPoint(w * 3 / 8, h * 4 / 5), 255, false);
+  paint(clone, "pens-4-clone.bmp", "clone stroke copying the middle to the lower left");
+
+  CModifyPen modify;
+  modify.SetPenStyle(style.c_str(), 0, 48);
+  modify.SetMode(0, 40);
+  stroke(modify, CPoint(w * 2 / 3, h * 2 / 3), CPoint(w * 7 / 8, h * 7 / 8), 255, true);
+  paint(modify, "pens-5-modify.bmp", "brightness +40 stroke");
+
+  CUndoPen undo;
+  undo.SetPenStyle(style.c_str(), 0, 40);
+  stroke(undo, CPoint(w / 2, h / 8), CPoint(w * 7 / 8, h / 4), 255, false);
+  paint(undo, "pens-6-undo.bmp", "undo stroke bringing back the original under the red stroke");
+}
 }  // namespace
 
 int Demo(const Args& args) {
@@ -190,7 +272,7 @@ int Demo(const Args& args) {
   ErrorMessageHandler previous = SetErrorMessageHandler(
       [](const CString& text) { std::printf("  text   \"%s\"\n", static_cast<LPCTSTR>(text)); });
   const std::function<void(DemoContext&)> steps[] = {DemoPictureFiles, DemoPictureFills,
-                                                     DemoEffects};
+                                                     DemoEffects, DemoPens};
   for (const auto& step : steps) step(demo);
   SetErrorMessageHandler(std::move(previous));
   std::printf("%s: %d failure(s); results in %s\n", demo.failures ? "Demo FAILED" : "Demo done",
