@@ -167,4 +167,46 @@ TEST(PenKinds, MaskPensPaintTheTargetMask) {
   EXPECT_EQ(0, *mask.GetPixel(34, 34));
 }
 
+TEST(PenKinds, LimitingMaskConfinesTheFootprint) {
+  TempDir dir;
+  CPicture picture;
+  picture.CreatePicture(40, 40, 255);
+  CMask limit;
+  limit.CreateMask(20, 20, 0);
+  limit.Rectangle(CRect(0, 0, 10, 20), 255);
+  CWaterPen pen;
+  pen.SetPictures(&picture, nullptr, nullptr);
+  pen.SetMask(limit);
+  pen.SetPenStyle(MakeStyle(dir, 8, 8).c_str(), RGB(0, 0, 0), 10);
+  pen.AddPoint(CPoint(20, 20), 255);
+  RunPen(pen);
+  // The limit is half the picture's size: its left half maps onto x < 20.
+  EXPECT_EQ(0, *picture.GetPixel(16, 20));
+  EXPECT_EQ(255, *picture.GetPixel(22, 20));
+}
+
+TEST(PenKinds, ModifyPenStartsEveryPointFromTheStrokeSnapshot) {
+  TempDir dir;
+  const std::string style = MakeStyle(dir, 4, 4);
+  CPicture once, twice;
+  once.CreatePicture(40, 40, 100);
+  twice.CreatePicture(40, 40, 100);
+  CModifyPen a, b;
+  for (CModifyPen* pen : {&a, &b}) {
+    pen->SetPictures(pen == &a ? &once : &twice, nullptr, nullptr);
+    pen->SetPenStyle(style.c_str(), 0, 8);
+    pen->SetMode(0, 30);
+    pen->AddPoint(CPoint(20 + 16384, 20 + 16384), 255);
+  }
+  b.AddPoint(CPoint(20, 20), 255);
+  RunPen(a);
+  RunPen(b);
+  EXPECT_NE(100, *once.GetPixel(20, 20));
+  EXPECT_TRUE(SamePixels(once, twice));
+  // A new stroke adds on top.
+  b.AddPoint(CPoint(20 + 16384, 20 + 16384), 255);
+  RunPen(b);
+  EXPECT_GT(*twice.GetPixel(20, 20), *once.GetPixel(20, 20));
+}
+
 }  // namespace
