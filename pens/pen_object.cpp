@@ -5,8 +5,23 @@
 #include "platform/debug_log.h"
 
 #include <algorithm>
+#include <climits>
 
 IMPLEMENT_SERIAL(CPenObject, CEffectObj, 1)
+
+namespace {
+
+// Truncation toward zero; values beyond the type (a corrupt paper size) are held at its ends.
+int TruncateInt(double v) noexcept {
+  if (!(v > -2147483648.0)) return v != v ? 0 : INT_MIN;
+  return v < 2147483647.0 ? static_cast<int>(v) : INT_MAX;
+}
+UINT TruncateUint(double v) noexcept {
+  if (!(v > 0.0)) return 0;
+  return v < 4294967295.0 ? static_cast<UINT>(v) : 0xFFFFFFFFu;
+}
+
+}  // namespace
 
 CPenObject::CPenObject() { m_strName = "PenObject"; }
 
@@ -93,8 +108,8 @@ CPenObject::PenScale CPenObject::GetScale(BOOL fromMask) const {
       target = m_pTarget->GetPictureSize();
     s.sx = static_cast<double>(target.cx) / m_PaperSize.cx;
     s.sy = static_cast<double>(target.cy) / m_PaperSize.cy;
-    s.w = static_cast<UINT>(m_nSize * s.sx);
-    s.h = static_cast<UINT>(m_nSize * s.sy);
+    s.w = TruncateUint(m_nSize * s.sx);
+    s.h = TruncateUint(m_nSize * s.sy);
   }
   return s;
 }
@@ -121,7 +136,7 @@ UINT CPenObject::RunPenLoop(const PenScale& scale, int flags,
         start = TRUE;
       }
       PenPoint p;
-      p.pt = CPoint(static_cast<int>(raw.x * scale.sx), static_cast<int>(raw.y * scale.sy));
+      p.pt = CPoint(TruncateInt(raw.x * scale.sx), TruncateInt(raw.y * scale.sy));
       p.pressure = pressure;
       p.bStart = start;
       const CPoint corner(p.pt.x - static_cast<int>(scale.w >> 1),
