@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -108,17 +109,25 @@ TEST(MaskCombine, RandomRectanglesMatchThePerPixelDefinition) {
   Rng rng(4242);
   for (int round = 0; round < 400; ++round) {
     CMask src, dst, expected;
-    ASSERT_TRUE(src.CreateMask(rng.Range(1, 40), rng.Range(1, 30), 0));
-    ASSERT_TRUE(dst.CreateMask(rng.Range(1, 40), rng.Range(1, 30), 0));
+    // Rows up to 150 wide, so that the 64-byte blocks of the kernels are reached too.
+    const int wide = round % 2 ? 40 : 150;
+    ASSERT_TRUE(src.CreateMask(rng.Range(1, wide), rng.Range(1, 30), 0));
+    ASSERT_TRUE(dst.CreateMask(rng.Range(1, wide), rng.Range(1, 30), 0));
     for (CMask* m : {&src, &dst})
       for (int y = 0; y < m->Height(); ++y)
         for (int x = 0; x < m->Width(); ++x) *m->GetPixel(x, y) = rng.Byte();
     ASSERT_TRUE(dst.Duplicate(&expected));
     const auto randomRect = [&] {
-      const int l = rng.Range(-20, 40), t = rng.Range(-20, 30);
-      return CRect(l, t, l + rng.Range(0, 60), t + rng.Range(0, 50));
+      const int l = rng.Range(-20, wide), t = rng.Range(-20, 30);
+      return CRect(l, t, l + rng.Range(0, wide + 20), t + rng.Range(0, 50));
     };
-    const CRect d = randomRect(), s = randomRect();
+    CRect d = randomRect(), s = randomRect();
+    if (round % 3 == 0) {  // one to one, mostly inside both masks
+      const CSize size(std::min(src.Width(), dst.Width()) - rng.Range(0, 3),
+                       std::min(src.Height(), dst.Height()));
+      d = CRect(CPoint(rng.Range(0, 3), 0), size);
+      s = CRect(CPoint(rng.Range(0, 3), 0), size);
+    }
     const int mode = rng.Range(0, 5), level = rng.Byte();
     const bool transparent = mode >= 4, subtract = mode == 5;
     // Every fourth round combines the destination into itself, read as it is being written.
