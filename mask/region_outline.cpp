@@ -43,6 +43,9 @@ constexpr std::int64_t kMaxVertices = 0x7FFFFFFF / 4;
 // How far ahead of the ring walks the pool is prefetched (vertices; 16 bytes each).
 constexpr std::int64_t kPrefetchVertices = 4096;
 
+// How many rows below the scanned one the mask is prefetched.
+constexpr int kFetchRowsAhead = 8;
+
 constexpr BYTE kRegionValue = 255;
 constexpr BYTE kMark = 128;
 
@@ -138,6 +141,12 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
     const bool sse2 = vardell::simd::UseSse2();
     for (int y = 0; y < height; ++y) {
       const BYTE* line = mask.GetLineBuffer(y);
+      // The fills of regions found in this row reach into the rows below at scattered columns;
+      // fetching those rows ahead of the scan keeps each of them from waiting on memory.
+      if (y + kFetchRowsAhead < height) {
+        const BYTE* ahead = mask.GetLineBuffer(y + kFetchRowsAhead);
+        for (int c = 0; c < width; c += 64) __builtin_prefetch(ahead + c, 0, 2);
+      }
       for (int x = 0; x < width; ++x) {
         x += static_cast<int>(FindRegionPixel(line + x, static_cast<std::size_t>(width - x), sse2));
         if (x >= width) break;
@@ -158,31 +167,39 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
     }
 
     // Into increasing row and, within a row, increasing left column. The runs are first dealt
-    // into their rows (a stable counting pass), so FastOrder only ever orders one row's runs.
+    // into their rows (a stable counting pass) as keys left << 16 | end, so only one row's runs
+    // are ever ordered. A row's runs are disjoint, so no two share a left column: the key order
+    // is the (row, left) order, and any sort gives exactly the order FastOrder gives.
     std::vector<int> rowStart(static_cast<std::size_t>(height) + 1, 0);
-    for (int i = 0; i < runs; ++i) ++rowStart[static_cast<std::size_t>(runRow[i]) + 1];
+    const WORD* runRows = runRow.GetData();
+    for (int i = 0; i < runs; ++i) ++rowStart[static_cast<std::size_t>(runRows[i]) + 1];
     for (int y = 0; y < height; ++y) rowStart[y + 1] += rowStart[y];
-    CWordArray left, end, row;
-    left.SetSize(runs);
-    end.SetSize(runs);
-    row.SetSize(runs);
+    std::vector<DWORD> keys(static_cast<std::size_t>(runs));
     {
       std::vector<int> fill(rowStart.begin(), rowStart.end() - 1);
-      for (int i = 0; i < runs; ++i) {
-        const int at = fill[runRow[i]]++;
-        left[at] = runLeft[i];
-        end[at] = runEnd[i];
-        row[at] = runRow[i];
-      }
+      const WORD* runLefts = runLeft.GetData();
+      const WORD* runEnds = runEnd.GetData();
+      for (int i = 0; i < runs; ++i)
+        keys[static_cast<std::size_t>(fill[runRows[i]]++)] =
+            static_cast<DWORD>(runLefts[i]) << 16 | runEnds[i];
     }
     runLeft.RemoveAll();
     runEnd.RemoveAll();
     runRow.RemoveAll();
     for (int y = 0; y < height; ++y) {
-      const int first = rowStart[y], last = rowStart[y + 1] - 1;
-      int i = first;
-      while (i < last && left[i] < left[i + 1]) ++i;
-      if (i < last) FastOrder(left, end, row, first, last);
+      DWORD* first = keys.data() + rowStart[y];
+      DWORD* last = keys.data() + rowStart[y + 1];
+      if (std::is_sorted(first, last)) continue;
+      if (last - first <= 16) {
+        for (DWORD* i = first + 1; i < last; ++i) {
+          const DWORD key = *i;
+          DWORD* j = i;
+          for (; j > first && j[-1] > key; --j) *j = j[-1];
+          *j = key;
+        }
+      } else {
+        std::sort(first, last);
+      }
     }
 
     // Rectangles: a row with the same runs as the row directly above extends that row's
@@ -199,12 +216,16 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
       if (count == 0) continue;
       bool same = prevRow == y - 1 && count == prevCount;
       for (int i = 0; same && i < count; ++i)
-        same = left[first + i] == left[prevFirst + i] && end[first + i] == end[prevFirst + i];
+        same = keys[static_cast<std::size_t>(first + i)] ==
+               keys[static_cast<std::size_t>(prevFirst + i)];
       if (same) {
         for (std::size_t k = rects.size() - static_cast<std::size_t>(count); k < rects.size(); ++k)
           ++rects[k].bottom;
       } else {
-        for (int i = first; i < first + count; ++i) rects.emplace_back(left[i], y, end[i], y + 1);
+        for (int i = first; i < first + count; ++i) {
+          const DWORD key = keys[static_cast<std::size_t>(i)];
+          rects.emplace_back(static_cast<int>(key >> 16), y, static_cast<int>(key & 0xFFFF), y + 1);
+        }
       }
       prevRow = y;
       prevFirst = first;
