@@ -100,9 +100,9 @@ void AddNonZeroCounts(const BYTE* row, Count* count, std::size_t n) noexcept {
 }
 
 // EdgeDetect's rule for one row: out[i] = 255 when cur[i + 1] is larger than any of cur[i],
-// cur[i + 2], above[i + 1] or below[i + 1], else 0. cur, above and below hold n + 2 bytes with
-// a 0 at each end; below may be null, and the lower neighbour is then the pixel itself (which
-// never makes an edge).
+// cur[i + 2], above[i] or below[i], else 0. cur holds the row's n bytes with a 0 at each end;
+// above and below hold n bytes; below may be null, and the lower neighbour is then the pixel
+// itself (which never makes an edge).
 void EdgeRow(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out,
              std::size_t n) noexcept;
 

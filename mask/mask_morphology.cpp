@@ -55,12 +55,12 @@ void EdgeRow(const BYTE* above, const BYTE* cur, const BYTE* below, BYTE* out,
              std::size_t n) noexcept {
   if (below) {
     for (std::size_t i = 0; i < n; ++i) {
-      const BYTE m = std::min(std::min(cur[i], cur[i + 2]), std::min(above[i + 1], below[i + 1]));
+      const BYTE m = std::min(std::min(cur[i], cur[i + 2]), std::min(above[i], below[i]));
       out[i] = cur[i + 1] > m ? 255 : 0;
     }
   } else {
     for (std::size_t i = 0; i < n; ++i) {
-      const BYTE m = std::min(std::min(cur[i], cur[i + 2]), above[i + 1]);
+      const BYTE m = std::min(std::min(cur[i], cur[i + 2]), above[i]);
       out[i] = cur[i + 1] > m ? 255 : 0;
     }
   }
@@ -425,22 +425,22 @@ BOOL CMask::ErosionV(int size) {
 
 BOOL CMask::EdgeDetect() {
   if (!IsValid()) return FALSE;
-  const int width = Width(), height = Height();
-  const std::size_t n = static_cast<std::size_t>(width);
-  // Copies of the original rows with a 0 at each end, so written output is never read.
-  std::vector<BYTE> aboveRow(n + 2, 0), currentRow(n + 2, 0), belowRow(n + 2, 0);
-  BYTE* above = aboveRow.data();
-  BYTE* current = currentRow.data();
-  std::memcpy(current + 1, GetLineBuffer(0), n);
-  if (height > 1) std::memcpy(belowRow.data() + 1, GetLineBuffer(1), n);
+  const int height = Height();
+  const std::size_t n = static_cast<std::size_t>(Width());
   // Only row 0 is compared with the row below it; every later row is compared with itself
   // there, so bottom boundaries are not marked: intended.
-  EdgeRow(above, current, belowRow.data(), GetLineBuffer(0), n);
-  for (int y = 1; y < height; ++y) {
-    std::swap(above, current);
+  // The rows go in memory order, from the bottom row up: the row above the one being written is
+  // still the original, and the row itself is copied (with a 0 at each end) before it is
+  // rewritten. Row 0, the last, needs the original row 1, kept aside first.
+  std::vector<BYTE> current(n + 2, 0), rowOne(height > 1 ? n : 0), zeros(n, 0);
+  if (height > 1) std::memcpy(rowOne.data(), GetLineBuffer(1), n);
+  for (int y = height - 1; y >= 0; --y) {
     BYTE* line = GetLineBuffer(y);
-    std::memcpy(current + 1, line, n);
-    EdgeRow(above, current, nullptr, line, n);
+    std::memcpy(current.data() + 1, line, n);
+    if (y > 0)
+      EdgeRow(GetLineBuffer(y - 1), current.data(), nullptr, line, n);
+    else
+      EdgeRow(zeros.data(), current.data(), height > 1 ? rowOne.data() : zeros.data(), line, n);
   }
   return TRUE;
 }
