@@ -4,6 +4,7 @@
 // created is tracked, so the target frees what loading leaves and the sanitizers see the rest.
 // The platform tests include this file to run it over a seeded corpus.
 #include "platform/archive.h"
+#include "platform/mem_file.h"
 #include "platform/collections.h"
 
 #include <algorithm>
@@ -16,50 +17,23 @@
 
 namespace vardell::fuzz {
 
-// A CFile over bytes in memory. When told, it cannot answer its length, like a pipe.
-class MemoryFile : public CFile {
+// A file in memory. When told, it cannot answer its length or position, like a pipe.
+class MemoryFile : public CMemFile {
  public:
   MemoryFile() = default;
   explicit MemoryFile(std::vector<std::uint8_t> bytes, bool lengthUnknown = false)
-      : m_bytes(std::move(bytes)), m_lengthUnknown(lengthUnknown) {}
+      : CMemFile(std::move(bytes)), m_lengthUnknown(lengthUnknown) {}
 
-  UINT Read(void* buffer, UINT count) override {
-    const std::size_t n = std::min<std::size_t>(count, m_bytes.size() - m_pos);
-    if (n) std::memcpy(buffer, m_bytes.data() + m_pos, n);
-    m_pos += n;
-    return static_cast<UINT>(n);
-  }
-  void Write(const void* buffer, UINT count) override {
-    if (m_pos + count > m_bytes.size()) m_bytes.resize(m_pos + count);
-    if (count) std::memcpy(m_bytes.data() + m_pos, buffer, count);
-    m_pos += count;
-  }
-  ULONGLONG Seek(LONGLONG offset, UINT from) override {
-    const LONGLONG base = from == begin     ? 0
-                          : from == current ? static_cast<LONGLONG>(m_pos)
-                                            : static_cast<LONGLONG>(m_bytes.size());
-    if (base + offset < 0) AfxThrowFileException(CFileException::badSeek);
-    m_pos = static_cast<std::size_t>(base + offset);
-    return m_pos;
-  }
   ULONGLONG GetLength() const override {
     if (m_lengthUnknown) AfxThrowFileException(CFileException::badSeek);
-    return m_bytes.size();
+    return CMemFile::GetLength();
   }
   ULONGLONG GetPosition() const override {
     if (m_lengthUnknown) AfxThrowFileException(CFileException::badSeek);
-    return m_pos;
+    return CMemFile::GetPosition();
   }
-  void SetLength(ULONGLONG length) override { m_bytes.resize(length); }
-  void Flush() override {}
-  void Close() override {}
-  void Abort() noexcept override {}
-
-  const std::vector<std::uint8_t>& bytes() const { return m_bytes; }
 
  private:
-  std::vector<std::uint8_t> m_bytes;
-  std::size_t m_pos = 0;
   bool m_lengthUnknown = false;
 };
 

@@ -3,7 +3,7 @@
 // small picture, so that stored parameters of any value go through the effects' operations. The
 // effects tests include this file to run it over a seeded corpus.
 #include "effects/effects.h"
-#include "fuzz/effect_memory_file.h"
+#include "platform/mem_file.h"
 #include "hostutil/messages.h"
 #include "picture/picture.h"
 
@@ -32,7 +32,7 @@ inline int CountEffects(const CEffectObj* effect) {
 }
 
 inline std::vector<std::uint8_t> StoreToMemory(const CEffectObj* effect) {
-  MemoryFile file;
+  CMemFile file;
   if (!StoreEffect(file, effect)) __builtin_trap();
   return file.bytes();
 }
@@ -42,11 +42,11 @@ inline bool LoadEffectInput(const std::uint8_t* data, std::size_t size) {
   for (const CRuntimeClass* effectClass : kEffectClasses)
     AfxClassInit(const_cast<CRuntimeClass*>(effectClass));
   ErrorMessageHandler previous = SetErrorMessageHandler([](const CString&) {});
-  MemoryFile file(std::vector<std::uint8_t>(data, data + size));
+  CMemFile file(std::vector<std::uint8_t>(data, data + size));
   CEffectObj* effect = LoadEffect(file);
   if (effect) {
     const std::vector<std::uint8_t> stored = StoreToMemory(effect);
-    MemoryFile again(stored);
+    CMemFile again(stored);
     CEffectObj* back = LoadEffect(again);
     if (!back || StoreToMemory(back) != stored) __builtin_trap();
     delete back;

@@ -4,7 +4,7 @@
 #include "effect_test_util.h"
 
 #include "effects/effect_names.h"
-#include "fuzz/effect_memory_file.h"
+#include "platform/mem_file.h"
 #include "platform/archive.h"
 
 #include <gtest/gtest.h>
@@ -68,12 +68,12 @@ class EffectArchive : public ::testing::Test {
     return std::unique_ptr<CEffectObj>(LoadEffect(path.c_str()));
   }
   static std::unique_ptr<CEffectObj> LoadFromMemory(const Bytes& bytes) {
-    fuzz_effects::MemoryFile file(bytes);
+    CMemFile file(bytes);
     return std::unique_ptr<CEffectObj>(LoadEffect(file));
   }
   // The cause of the archive exception that loading throws inside, or -1 for none.
   static int CauseInside(const Bytes& bytes) {
-    fuzz_effects::MemoryFile file(bytes);
+    CMemFile file(bytes);
     try {
       CArchive ar(&file, CArchive::load);
       delete ar.ReadObject(RUNTIME_CLASS(CEffectObj));
