@@ -84,7 +84,11 @@ class VARDELL_API CMask {
 
   // Size of a mask file (8-bit BMP, or any file the JPEG codec reads) without loading it.
   static CSize GetMaskSize(CString path);
-  // 8-bit grey BMP with the 1078-byte preamble; other files go to the JPEG codec.
+  // 8-bit grey BMP with the 1078-byte preamble; other files go to the JPEG codec. Each failure
+  // shows one message. After a refused header (damaged, not 8-bit, too short) the mask keeps
+  // the new buffer and counts as valid, as it always has, but only while the rows its header
+  // describes fit in that buffer; otherwise it is left empty. A file shorter than its rows by
+  // no more than the 2048 bytes of slack loads, its missing rows 0.
   BOOL LoadMask(CString path);
   // Through the JPEG codec, reduced by a / b when a < b (full size otherwise); a BMP file falls
   // back to the BMP reader.
@@ -138,7 +142,8 @@ class VARDELL_API CMask {
   BOOL ErosionV(int size);
   // Marks pixels larger than a neighbour; see the one-sided lower-neighbour rule in the code.
   BOOL EdgeDetect();
-  // Separable box blur of span 2 * radius + 1 with edge replication; 16-bit sums.
+  // Separable box blur of span 2 * radius + 1 with edge replication; 16-bit sums. FALSE for a
+  // negative radius.
   BOOL Soften(int radius);
 
  private:

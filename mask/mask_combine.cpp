@@ -226,7 +226,6 @@ BOOL CMask::Combine(CMask& dest, CRect destRect, CRect srcRect, CombineOp op, in
   const bool identityColumns = (W == sw);
 
   const vardell::ByteTables& tables = vardell::ByteTables::Get();
-  const std::size_t n = static_cast<std::size_t>(W);
   const std::ptrdiff_t dstStride = dest.GetDataWidth(), srcStride = GetDataWidth();
   // Image row y lives at base - y * stride: one image row down is one stride back in memory.
   BYTE* const dstTop = dest.GetLineBuffer(destRect.top) + destRect.left;
@@ -236,7 +235,15 @@ BOOL CMask::Combine(CMask& dest, CRect destRect, CRect srcRect, CombineOp op, in
   // independent and go in memory order, bottom row first, which streams through memory.
   const bool self = (&dest == this);
 
-  for (int step = 0; step < H; ++step) {
+  // Whole unpadded rows one to one lie back to back in both masks: one span does them all.
+  int rows = H;
+  std::size_t n = static_cast<std::size_t>(W);
+  if (!self && identityColumns && H == sh && W == dstStride && W == srcStride) {
+    n *= static_cast<std::size_t>(H);
+    rows = 1;
+  }
+
+  for (int step = 0; step < rows; ++step) {
     const int j = self ? step : H - 1 - step;
     BYTE* const dstRow = dstTop - j * dstStride;
     const BYTE* s = srcBase - ys[static_cast<std::size_t>(j)] * srcStride;

@@ -49,6 +49,16 @@ TEST(MaskCombine, ColumnMapAndBitwiseModesOnSoftValues) {
   ASSERT_TRUE(src.DrawTransparent(dst, CRect(0, 0, 2, 1), CRect(0, 0, 2, 1), 128, TRUE));
   EXPECT_EQ(Row(dst), (std::vector<BYTE>{205, 50}));  // M[128][100] = 50
 
+  // Whole unpadded masks, done as one span.
+  CMask a, b;
+  ASSERT_TRUE(a.CreateMask(8, 3, 0x0F));
+  ASSERT_TRUE(b.CreateMask(8, 3, 0x30));
+  *a.GetPixel(7, 0) = 0xC0;
+  *a.GetPixel(0, 2) = 0x01;
+  ASSERT_TRUE(a.Draw(b, CRect(0, 0, 8, 3), CRect(0, 0, 8, 3), MASK_OR));
+  EXPECT_EQ(Row(b, 0), (std::vector<BYTE>{0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0xF0}));
+  EXPECT_EQ(Row(b, 2), (std::vector<BYTE>{0x31, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F, 0x3F}));
+
   CMask empty;
   EXPECT_FALSE(empty.Draw(dst, CRect(0, 0, 1, 1), CRect(0, 0, 1, 1), MASK_OR));
   EXPECT_FALSE(src.Draw(empty, CRect(0, 0, 1, 1), CRect(0, 0, 1, 1), MASK_OR));
