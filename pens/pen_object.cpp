@@ -42,7 +42,7 @@ int CPenObject::SetPenStyle(CString file, DWORD color, UINT size) {
   m_nSize = size;
   const CSize shape = CMask::GetMaskSize(file);
   // Only a zero width with a nonzero height is an error; 0 x 0 passes: intended.
-  if ((shape.cx == 0) * shape.cy) {
+  if (shape.cx == 0 && shape.cy != 0) {
     ThrowErrorMessage("Cannot get the size of mask file:" + file + ".");
     return 0;
   }
