@@ -61,7 +61,7 @@ CPoint CentreOf(const CRect& r) noexcept {
 }
 
 // A mask as the rotated draw reads it.
-struct MaskSpec {
+struct MaskSource {
   CMask* mask;
   CRect rect;
   const BYTE* lut;
@@ -121,7 +121,7 @@ std::pair<std::int64_t, std::int64_t> InsideRange(std::int64_t f, std::int64_t d
 // The rotated walk shared by the four forms. With no masks, a plain copy; with one or two, the
 // masked blend. The caller has checked the buffers.
 int RotateWalk(const CPicture& source, CPicture& target, const CRect& dstRect, const CRect& srcRect,
-               double a, const CRect* clipRect, MaskSpec* masks, int maskCount, BYTE level,
+               double a, const CRect* clipRect, MaskSource* masks, int maskCount, BYTE level,
                int bAdd) {
   if (!std::isfinite(a)) return 0;
   const CRect pictureRect = source.GetPictureRect();
@@ -269,8 +269,8 @@ int CPicture::DrawRotate(CPicture& target, CRect dstRect, double angle, CRect sr
                            bInvertMask, clipRect);
   }
   if (!IsValid() || !target.IsValid()) return 0;
-  MaskSpec spec{&mask, maskRect, MaskTable(bInvertMask)};
-  return RotateWalk(*this, target, dstRect, srcRect, a, &clipRect, &spec, 1, level, bAdd);
+  MaskSource maskSource{&mask, maskRect, MaskTable(bInvertMask)};
+  return RotateWalk(*this, target, dstRect, srcRect, a, &clipRect, &maskSource, 1, level, bAdd);
 }
 
 int CPicture::DrawRotate(CPicture& target, CRect dstRect, double angle, CMask& mask, CRect maskRect,
@@ -286,9 +286,9 @@ int CPicture::DrawRotate(CPicture& target, CRect dstRect, double angle, CMask& m
   double a = angle - angle2;
   if (std::fabs(a) < kMinAngle) a = 0.0;
   if (!IsValid() || !target.IsValid()) return 0;
-  MaskSpec specs[2] = {{&mask, maskRect, MaskTable(bInvertMask)},
-                       {&mask2, mask2Rect, MaskTable(flag)}};
-  return RotateWalk(*this, target, dstRect, srcRect, a, &clipRect, specs, 2, level, bAdd);
+  MaskSource sources[2] = {{&mask, maskRect, MaskTable(bInvertMask)},
+                           {&mask2, mask2Rect, MaskTable(flag)}};
+  return RotateWalk(*this, target, dstRect, srcRect, a, &clipRect, sources, 2, level, bAdd);
 }
 
 int CPicture::Rotate(int angle, COLORREF background) {

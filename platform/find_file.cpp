@@ -141,17 +141,17 @@ HANDLE FindFirstFile(LPCSTR fileName, WIN32_FIND_DATA* findData) {
     std::string_view pattern(fileName);
     std::size_t slash = pattern.find_last_of("/\\");
     auto state = std::make_unique<FindState>();
-    std::string_view spec = pattern;
+    std::string_view namePart = pattern;
     if (slash != std::string_view::npos) {
       state->directory.assign(pattern.substr(0, slash + 1));
-      spec = pattern.substr(slash + 1);
+      namePart = pattern.substr(slash + 1);
     }
     DIR* dir = ::opendir(state->directory.empty() ? "." : state->directory.c_str());
     if (!dir) {
       SetLastError(errno == EACCES ? ERROR_ACCESS_DENIED : ERROR_PATH_NOT_FOUND);
       return INVALID_HANDLE_VALUE;
     }
-    const std::vector<int> expr = RewritePattern(spec);
+    const std::vector<int> expr = RewritePattern(namePart);
     try {
       while (const dirent* entry = ::readdir(dir)) {
         std::string_view name(entry->d_name);

@@ -125,11 +125,11 @@ std::unique_ptr<CEffectObj> ParseBalance(const std::string& args) {
 }
 
 // One effect from NAME[:ARGS]; null when the text is not one.
-std::unique_ptr<CEffectObj> ParseEffect(const std::string& spec) {
-  const std::size_t colon = spec.find(':');
-  const std::string name = spec.substr(0, colon);
+std::unique_ptr<CEffectObj> ParseEffect(const std::string& text) {
+  const std::size_t colon = text.find(':');
+  const std::string name = text.substr(0, colon);
   const bool hasArgs = colon != std::string::npos;
-  const std::string args = hasArgs ? spec.substr(colon + 1) : std::string();
+  const std::string args = hasArgs ? text.substr(colon + 1) : std::string();
   std::vector<int> v;
   if (name == "adjust") {
     if (!ParseInts(args, 2, 7, v)) return nullptr;

@@ -27,7 +27,7 @@ inline void PutLE(std::vector<std::uint8_t>& v, std::size_t at, std::uint32_t va
   for (int i = 0; i < bytes; ++i) v[at + i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
-// Headers, then spec.afterHeaders, then rows of the pattern (bottom row first), padding 0xEE.
+// Headers, then layout.afterHeaders, then rows of the pattern (bottom row first), padding 0xEE.
 inline std::vector<std::uint8_t> MakeBmp(const BmpSpec& s) {
   const int stride = s.stride >= 0 ? s.stride : ((s.width * s.bitCount + 31) / 32) * 4;
   const int rows = s.rows >= 0 ? s.rows : s.height;
