@@ -261,6 +261,19 @@ int ClampToInt(std::int64_t v) noexcept {
   return static_cast<int>(v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : v);
 }
 
+// The additive masked form, shared by the table entry and the MMX twin: both keep the table
+// arithmetic, weighing by N[m] itself.
+int MaskedAddTable(const CPicture& source, CPicture& target, const CRect& dstRect,
+                   const CRect& srcRect, const CRect& maskRect, CMask& mask, BYTE level,
+                   int bInvertMask, const CRect& clipRect) {
+  const ByteTables& t = ByteTables::Get();
+  const MaskSource maskSource{&mask, BYTE{255}, bInvertMask != 0};
+  const auto kernel = vardell::simd::UseSse2() ? kernels::MaskAddTableSse2 : kernels::MaskAddTable;
+  return Composite(
+      source, target, dstRect, srcRect, &maskRect, &maskSource, &clipRect,
+      [&](const BYTE* s, BYTE* d, const BYTE* m, std::size_t n) { kernel(s, d, m, n, level, t); });
+}
+
 }  // namespace
 
 // ---- Copies ----
@@ -323,17 +336,13 @@ int CPicture::DrawTransparent(CPicture& target, CRect dstRect, CRect srcRect, CM
     return DrawTransparentMMX(target, dstRect, srcRect, mask, maskRect, level, bAdd, bInvertMask,
                               clipRect);
   if (level == 0) return 1;
+  if (bAdd)
+    return MaskedAddTable(*this, target, dstRect, srcRect, maskRect, mask, level, bInvertMask,
+                          clipRect);
   const ByteTables& t = ByteTables::Get();
-  // The blend weighs by M[level][N[m]], the additive form by N[m] itself.
-  const MaskSource maskSource{&mask, bAdd ? BYTE{255} : level, bInvertMask != 0};
+  // The blend weighs by M[level][N[m]].
+  const MaskSource maskSource{&mask, level, bInvertMask != 0};
   const bool sse2 = vardell::simd::UseSse2();
-  if (bAdd) {
-    const auto kernel = sse2 ? kernels::MaskAddTableSse2 : kernels::MaskAddTable;
-    return Composite(*this, target, dstRect, srcRect, &maskRect, &maskSource, &clipRect,
-                     [&](const BYTE* s, BYTE* d, const BYTE* m, std::size_t n) {
-                       kernel(s, d, m, n, level, t);
-                     });
-  }
   const auto kernel = sse2 ? kernels::MaskBlendTableSse2 : kernels::MaskBlendTable;
   return Composite(
       *this, target, dstRect, srcRect, &maskRect, &maskSource, &clipRect,
@@ -356,18 +365,12 @@ int CPicture::DrawTransparentMMX(CPicture& target, CRect dstRect, CRect srcRect,
                                  CRect maskRect, BYTE level, int bAdd, int bInvertMask,
                                  CRect clipRect) {
   if (level == 0) return 1;
-  const ByteTables& t = ByteTables::Get();
-  // The blend weighs by M[level][N[m]], the additive form by N[m] itself.
-  const MaskSource maskSource{&mask, bAdd ? BYTE{255} : level, bInvertMask != 0};
+  if (bAdd)
+    return MaskedAddTable(*this, target, dstRect, srcRect, maskRect, mask, level, bInvertMask,
+                          clipRect);
+  // The blend weighs by M[level][N[m]].
+  const MaskSource maskSource{&mask, level, bInvertMask != 0};
   const bool sse2 = vardell::simd::UseSse2();
-  if (bAdd) {
-    // The additive form keeps the table arithmetic.
-    const auto kernel = sse2 ? kernels::MaskAddTableSse2 : kernels::MaskAddTable;
-    return Composite(*this, target, dstRect, srcRect, &maskRect, &maskSource, &clipRect,
-                     [&](const BYTE* s, BYTE* d, const BYTE* m, std::size_t n) {
-                       kernel(s, d, m, n, level, t);
-                     });
-  }
   const auto kernel = sse2 ? kernels::MaskBlendMmxSse2 : kernels::MaskBlendMmxScalar;
   return Composite(
       *this, target, dstRect, srcRect, &maskRect, &maskSource, &clipRect,
