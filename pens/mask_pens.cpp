@@ -29,13 +29,7 @@ int CMaskPen::SetPaperSize() {
 
 void CMaskPen::Serialize(CArchive& ar) {
   CPenObject::Serialize(ar);
-  if (ar.IsStoring()) {
-    ar << static_cast<LONG>(m_nMode);
-  } else {
-    LONG mode = 0;
-    ar >> mode;
-    m_nMode = mode;
-  }
+  SerializeMode(ar, m_nMode);
 }
 
 UINT CMaskPen::Worker(LPVOID param) {

@@ -173,3 +173,13 @@ UINT CPenObject::RunPenLoop(const PenScale& scale, int flags,
   }
   return EndWorker();
 }
+
+void CPenObject::SerializeMode(CArchive& ar, int& mode) {
+  if (ar.IsStoring()) {
+    ar << static_cast<LONG>(mode);
+  } else {
+    LONG stored = 0;
+    ar >> stored;
+    mode = stored;
+  }
+}

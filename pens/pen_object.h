@@ -43,6 +43,8 @@ class VARDELL_API CPenObject : public CEffectObj {
   // The queued word's point: each half sign-extended.
   static CPoint UnpackPoint(DWORD packed) noexcept;
   static DWORD PackPoint(CPoint pt) noexcept;
+  // Stores or loads one mode field as a LONG, as the pens with a mode keep it.
+  static void SerializeMode(CArchive& ar, int& mode);
 
   // ---- Fields, in the platform's order ----
 

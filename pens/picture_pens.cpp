@@ -58,13 +58,7 @@ int CSoftenPen::GetStrength(UINT width) noexcept {
 
 void CSoftenPen::Serialize(CArchive& ar) {
   CPenObject::Serialize(ar);
-  if (ar.IsStoring()) {
-    ar << static_cast<LONG>(m_nMode);
-  } else {
-    LONG mode = 0;
-    ar >> mode;
-    m_nMode = mode;
-  }
+  SerializeMode(ar, m_nMode);
 }
 
 UINT CSoftenPen::Worker(LPVOID param) {
