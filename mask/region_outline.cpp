@@ -3,7 +3,6 @@
 
 #include "hostutil/messages.h"
 #include "mask/mask.h"
-#include "mask/mask_kernels.h"
 #include "platform/exception.h"
 #include "platform/region.h"
 
@@ -43,9 +42,6 @@ constexpr std::int64_t kMaxVertices = 0x7FFFFFFF / 4;
 // How far ahead of the ring walks the pool is prefetched (vertices; 16 bytes each).
 constexpr std::int64_t kPrefetchVertices = 4096;
 
-// How many rows below the scanned one the mask is prefetched.
-constexpr int kFetchRowsAhead = 8;
-
 constexpr BYTE kRegionValue = 255;
 constexpr BYTE kMark = 128;
 
@@ -58,23 +54,79 @@ int UnpackY(DWORD v) noexcept { return static_cast<SHORT>(v >> 16); }
 
 CVertex* AsVertex(void* p) noexcept { return static_cast<CVertex*>(p); }
 
-// Index of the first 255 among the n bytes at p, or n. 255 is the largest byte value, so a block
-// of 64 bytes holds one exactly when the maximum of its four vectors has a lane of 255: one test
-// a block; the block that holds one, and the tail, go to the plain search.
-std::size_t FindRegionPixel(const BYTE* p, std::size_t n, bool sse2) noexcept {
+// ---- The mask's runs ----
+// A trace needs the runs of 255 of every region, in increasing row and, within a row,
+// increasing left column. Every maximal run of 255 in a row lies in exactly one 4-connected
+// region, and filling the regions one by one records exactly those runs, so in that order they
+// are the rows' maximal runs read left to right. One pass over the rows finds them and repaints
+// each with the mark, as the fills would.
+
+DWORD RunKey(std::size_t left, std::size_t end) noexcept {
+  return static_cast<DWORD>(left) << 16 | static_cast<DWORD>(end);
+}
+
+// The runs of one row as they are found, byte by byte or at the edges between bytes.
+struct RunCollector {
+  DWORD* out;
+  std::size_t count = 0;
+  std::size_t start = 0;
+  bool open = false;
+
+  void Edge(std::size_t i) noexcept {
+    if (open) out[count++] = RunKey(start, i);
+    start = i;
+    open = !open;
+  }
+  void Byte(BYTE* p, std::size_t i) noexcept {
+    const bool in = p[i] == kRegionValue;
+    if (in != open) Edge(i);
+    if (in) p[i] = kMark;
+  }
+};
+
+// Writes the maximal runs of 255 among the n bytes at p to out as left << 16 | end (end one
+// past the last column), left to right, repaints them with the mark and returns their number.
+// out holds (n + 1) / 2 keys; n is at most 32767.
+std::size_t MarkRegionRunsScalar(BYTE* p, std::size_t n, DWORD* out) noexcept {
+  RunCollector runs{out};
+  for (std::size_t i = 0; i < n; ++i) runs.Byte(p, i);
+  if (runs.open) runs.Edge(n);
+  return runs.count;
+}
+
+// Same results as MarkRegionRunsScalar. A vector's run edges are the bits where its equality
+// mask differs from the same mask moved one byte on (carrying in the last byte before it); 255
+// is the largest byte, so a 64-byte block outside any run, whose maximum has no lane of 255, is
+// passed over with one test. v - (eq & 127) turns exactly the 255 lanes into 128.
+std::size_t MarkRegionRunsSse2(BYTE* p, std::size_t n, DWORD* out) noexcept {
+  RunCollector runs{out};
   std::size_t i = 0;
 #if VARDELL_HAVE_SSE2
   const __m128i all = _mm_set1_epi8(static_cast<char>(kRegionValue));
-  for (; sse2 && i + 64 <= n; i += 64) {
-    const auto* q = reinterpret_cast<const __m128i*>(p + i);
-    const __m128i m = _mm_max_epu8(_mm_max_epu8(_mm_loadu_si128(q), _mm_loadu_si128(q + 1)),
-                                   _mm_max_epu8(_mm_loadu_si128(q + 2), _mm_loadu_si128(q + 3)));
-    if (_mm_movemask_epi8(_mm_cmpeq_epi8(m, all))) break;
+  const __m128i low7 = _mm_set1_epi8(kRegionValue - kMark);
+  while (i + 16 <= n) {
+    auto* q = reinterpret_cast<__m128i*>(p + i);
+    if (!runs.open && i + 64 <= n) {
+      const __m128i m = _mm_max_epu8(_mm_max_epu8(_mm_loadu_si128(q), _mm_loadu_si128(q + 1)),
+                                     _mm_max_epu8(_mm_loadu_si128(q + 2), _mm_loadu_si128(q + 3)));
+      if (!_mm_movemask_epi8(_mm_cmpeq_epi8(m, all))) {
+        i += 64;
+        continue;
+      }
+    }
+    const __m128i v = _mm_loadu_si128(q);
+    const __m128i eq = _mm_cmpeq_epi8(v, all);
+    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(eq));
+    if (bits) _mm_storeu_si128(q, _mm_sub_epi8(v, _mm_and_si128(eq, low7)));
+    for (unsigned edges = (bits ^ (bits << 1 | unsigned{runs.open})) & 0xFFFFu; edges;
+         edges &= edges - 1)
+      runs.Edge(i + static_cast<std::size_t>(__builtin_ctz(edges)));
+    i += 16;
   }
-#else
-  (void)sse2;
 #endif
-  return i + vardell::mask_kernels::FindEqual(p + i, n - i, kRegionValue);
+  for (; i < n; ++i) runs.Byte(p, i);
+  if (runs.open) runs.Edge(n);
+  return runs.count;
 }
 
 // Reports (done * 100) / total each time it grows, without a division per step: `next` is the
@@ -98,18 +150,6 @@ class ProgressSteps {
   std::int64_t m_next = 0;
 };
 
-// An estimate of the runs the region fills will record (the maximal runs of 255 in the rows),
-// from every 16th row with a margin: a growth step for the run arrays, so that they grow a few
-// times at most instead of by the platform's default steps.
-int EstimateRegionRuns(CMask& mask) {
-  std::int64_t count = 0;
-  const std::size_t width = static_cast<std::size_t>(mask.Width());
-  for (int y = 0; y < mask.Height(); y += 16)
-    vardell::mask_kernels::ForEachRunStart(mask.GetLineBuffer(y), width, kRegionValue,
-                                           [&](std::size_t) { ++count; });
-  return static_cast<int>(std::min<std::int64_t>(count * 20 + 4096, INT_MAX / 2));
-}
-
 }  // namespace
 
 CRegionOutline::CRegionOutline() : m_pPool(nullptr), m_nPoolFill(0) {}
@@ -132,113 +172,42 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
   }
   const int width = mask.Width(), height = mask.Height();
 
+  // Rectangles: a row with the same runs as the row directly above extends that row's
+  // rectangles one row down.
   std::vector<CRect> rects;
   try {
-    // Runs of every region, region by region, each repainted with the mark so that it is found
-    // once. Between regions the growth step doubles once the arrays have outgrown it.
-    CWordArray runLeft, runEnd, runRow;
-    int growBy = EstimateRegionRuns(mask);
+    const std::size_t capacity = static_cast<std::size_t>(width + 1) / 2;
+    std::vector<DWORD> prev(capacity), cur(capacity);
     const bool sse2 = vardell::simd::UseSse2();
+    int prevRow = -2;
+    std::size_t prevCount = 0;
     for (int y = 0; y < height; ++y) {
-      const BYTE* line = mask.GetLineBuffer(y);
-      // The fills of regions found in this row reach into the rows below at scattered columns;
-      // fetching those rows ahead of the scan keeps each of them from waiting on memory.
-      if (y + kFetchRowsAhead < height) {
-        const BYTE* ahead = mask.GetLineBuffer(y + kFetchRowsAhead);
-        for (int c = 0; c < width; c += 64) __builtin_prefetch(ahead + c, 0, 2);
-      }
-      for (int x = 0; x < width; ++x) {
-        x += static_cast<int>(FindRegionPixel(line + x, static_cast<std::size_t>(width - x), sse2));
-        if (x >= width) break;
-        const int size = runLeft.GetSize();
-        if (size == 0 || size >= growBy) {
-          growBy = std::max(growBy, std::min(size, INT_MAX / 2));
-          runLeft.SetSize(size, growBy);
-          runEnd.SetSize(size, growBy);
-          runRow.SetSize(size, growBy);
-        }
-        mask.FloodFillRecord(x, y, kMark, runLeft, runEnd, runRow);
-      }
-    }
-    const int runs = runLeft.GetSize();
-    if (runs == 0) {
-      ThrowErrorMessage(kNoRegion);
-      return FALSE;
-    }
-
-    // Into increasing row and, within a row, increasing left column. The runs are first dealt
-    // into their rows (a stable counting pass) as keys left << 16 | end, so only one row's runs
-    // are ever ordered. A row's runs are disjoint, so no two share a left column: the key order
-    // is the (row, left) order, and any sort gives exactly the order FastOrder gives.
-    std::vector<int> rowStart(static_cast<std::size_t>(height) + 1, 0);
-    const WORD* runRows = runRow.GetData();
-    for (int i = 0; i < runs; ++i) ++rowStart[static_cast<std::size_t>(runRows[i]) + 1];
-    for (int y = 0; y < height; ++y) rowStart[y + 1] += rowStart[y];
-    std::vector<DWORD> keys(static_cast<std::size_t>(runs));
-    {
-      std::vector<int> fill(rowStart.begin(), rowStart.end() - 1);
-      const WORD* runLefts = runLeft.GetData();
-      const WORD* runEnds = runEnd.GetData();
-      for (int i = 0; i < runs; ++i)
-        keys[static_cast<std::size_t>(fill[runRows[i]]++)] =
-            static_cast<DWORD>(runLefts[i]) << 16 | runEnds[i];
-    }
-    runLeft.RemoveAll();
-    runEnd.RemoveAll();
-    runRow.RemoveAll();
-    for (int y = 0; y < height; ++y) {
-      DWORD* first = keys.data() + rowStart[y];
-      DWORD* last = keys.data() + rowStart[y + 1];
-      if (std::is_sorted(first, last)) continue;
-      if (last - first <= 16) {
-        for (DWORD* i = first + 1; i < last; ++i) {
-          const DWORD key = *i;
-          DWORD* j = i;
-          for (; j > first && j[-1] > key; --j) *j = j[-1];
-          *j = key;
-        }
-      } else {
-        std::sort(first, last);
-      }
-    }
-
-    // Rectangles: a row with the same runs as the row directly above extends that row's
-    // rectangles one row down.
-    try {
-      rects.reserve(static_cast<std::size_t>(runs));
-    } catch (const std::bad_alloc&) {
-      ThrowErrorMessage(kNoRectMemory);
-      return FALSE;
-    }
-    int prevRow = -2, prevFirst = 0, prevCount = 0;
-    for (int y = 0; y < height; ++y) {
-      const int first = rowStart[y], count = rowStart[y + 1] - first;
+      BYTE* line = mask.GetLineBuffer(y);
+      const std::size_t count =
+          sse2 ? MarkRegionRunsSse2(line, static_cast<std::size_t>(width), cur.data())
+               : MarkRegionRunsScalar(line, static_cast<std::size_t>(width), cur.data());
       if (count == 0) continue;
-      bool same = prevRow == y - 1 && count == prevCount;
-      for (int i = 0; same && i < count; ++i)
-        same = keys[static_cast<std::size_t>(first + i)] ==
-               keys[static_cast<std::size_t>(prevFirst + i)];
-      if (same) {
-        for (std::size_t k = rects.size() - static_cast<std::size_t>(count); k < rects.size(); ++k)
-          ++rects[k].bottom;
+      if (prevRow == y - 1 && count == prevCount &&
+          std::memcmp(cur.data(), prev.data(), count * sizeof(DWORD)) == 0) {
+        for (std::size_t k = rects.size() - count; k < rects.size(); ++k) ++rects[k].bottom;
       } else {
-        for (int i = first; i < first + count; ++i) {
-          const DWORD key = keys[static_cast<std::size_t>(i)];
-          rects.emplace_back(static_cast<int>(key >> 16), y, static_cast<int>(key & 0xFFFF), y + 1);
-        }
+        for (std::size_t i = 0; i < count; ++i)
+          rects.emplace_back(static_cast<int>(cur[i] >> 16), y, static_cast<int>(cur[i] & 0xFFFF),
+                             y + 1);
+        std::swap(prev, cur);
+        prevCount = count;
       }
       prevRow = y;
-      prevFirst = first;
-      prevCount = count;
     }
-  } catch (CException* e) {
-    e->Delete();
-    ThrowErrorMessage(kNoRectMemory);
-    return FALSE;
   } catch (const std::bad_alloc&) {
     ThrowErrorMessage(kNoRectMemory);
     return FALSE;
   }
+  if (rects.empty()) {
+    ThrowErrorMessage(kNoRegion);
+    return FALSE;
+  }
+  // At most 32767 rows of 16384 runs: the count fits an int.
   return TraceRects(rects.data(), static_cast<int>(rects.size()));
 }
 
