@@ -8,16 +8,25 @@ namespace {
 
 using vardell::test::SlowRgbToHwv;
 
+std::vector<int> Hwv(BYTE r, BYTE g, BYTE b) {
+  WORD h, w, v;
+  RGBToHWV(r, g, b, h, w, v);
+  return {h, w, v};
+}
+
+COLORREF Rgb(int h, int w, int v) {
+  BYTE r, g, b;
+  HWVToRGB(static_cast<WORD>(h), static_cast<WORD>(w), static_cast<WORD>(v), r, g, b);
+  return RGB(r, g, b);
+}
+
 TEST(ColourModelTest, RgbToHwvMatchesTheDefinitionOnAGridOfColours) {
   for (int r = 0; r <= 255; r += 5)
     for (int g = 0; g <= 255; g += 5)
       for (int b = 0; b <= 255; b += 5) {
-        WORD h, w, v;
-        RGBToHWV(static_cast<BYTE>(r), static_cast<BYTE>(g), static_cast<BYTE>(b), h, w, v);
         const auto want = SlowRgbToHwv(r, g, b);
-        ASSERT_EQ(h, want.hue) << r << "," << g << "," << b;
-        ASSERT_EQ(w, want.whiteness) << r << "," << g << "," << b;
-        ASSERT_EQ(v, want.value) << r << "," << g << "," << b;
+        ASSERT_EQ(Hwv(r, g, b), std::vector<int>({want.hue, want.whiteness, want.value}))
+            << r << "," << g << "," << b;
       }
 }
 
@@ -42,32 +51,18 @@ TEST(ColourModelTest, ReciprocalDivisionAtEveryMultiple) {
   using vardell::imageops::DivideSmall;
   for (unsigned d = 1; d <= 510; ++d)
     for (unsigned m = 0; m <= 130306; m += d) {
-      ASSERT_EQ(DivideSmall(m, d), m / d) << m << "/" << d;
-      if (m > 0) {
-        ASSERT_EQ(DivideSmall(m - 1, d), (m - 1) / d) << m - 1 << "/" << d;
-      }
+      const unsigned below = m ? m - 1 : 0;
+      ASSERT_TRUE(DivideSmall(m, d) == m / d && DivideSmall(below, d) == below / d)
+          << m << "/" << d;
     }
 }
 
-TEST(ColourModelTest, KnownAnswersAndTieRules) {
-  WORD h, w, v;
-  RGBToHWV(255, 0, 1, h, w, v);  // blue just above green: the truncation gives 360
-  EXPECT_EQ(h, 360);
-  EXPECT_EQ(w, 0);
-  EXPECT_EQ(v, 255);
-  RGBToHWV(0, 0, 0, h, w, v);
-  EXPECT_EQ(h + w + v, 0);
-  RGBToHWV(100, 100, 100, h, w, v);
-  EXPECT_EQ(h, 0);
-  EXPECT_EQ(w, 128);
-  EXPECT_EQ(v, 100);
-  RGBToHWV(0, 200, 200, h, w, v);  // green wins the tie with blue
-  EXPECT_EQ(h, 180);
-  RGBToHWV(0, 0, 200, h, w, v);
-  EXPECT_EQ(h, 240);
-}
-
-TEST(ColourModelTest, HueTablesMirrorTheComputedEdges) {
+TEST(ColourModelTest, KnownAnswersTieRulesAndTables) {
+  EXPECT_EQ(Hwv(255, 0, 1), std::vector<int>({360, 0, 255}));  // the truncation gives 360
+  EXPECT_EQ(Hwv(0, 0, 0), std::vector<int>({0, 0, 0}));
+  EXPECT_EQ(Hwv(100, 100, 100), std::vector<int>({0, 128, 100}));
+  EXPECT_EQ(Hwv(0, 200, 200)[0], 180);  // green wins the tie with blue
+  EXPECT_EQ(Hwv(0, 0, 200)[0], 240);
   const auto& t = vardell::hwv::Tables();
   EXPECT_TRUE(vardell::hwv::TablesBuilt());
   for (int h = 0; h < 60; ++h) {
@@ -81,28 +76,14 @@ TEST(ColourModelTest, HueTablesMirrorTheComputedEdges) {
   // A copy, not the formula: (299 - 240) * 255 / 60 would be 250, the mirror of 60 gives 255.
   EXPECT_EQ(t.red[299], 255);
   EXPECT_EQ(t.red[150] + t.green[270] + t.blue[60], 0);
-}
-
-TEST(ColourModelTest, HwvToRgbLiftsOutsideTheSectorAndScales) {
-  BYTE r, g, b;
-  HWVToRGB(0, 127, 100, r, g, b);  // gray with whiteness 127 is tinted red
-  EXPECT_EQ(r, 100);
-  EXPECT_EQ(g, 99);
-  EXPECT_EQ(b, 99);
-  HWVToRGB(120, 0, 255, r, g, b);
-  EXPECT_EQ(RGB(r, g, b), RGB(0, 255, 0));
-  HWVToRGB(200, 64, 0, r, g, b);
-  EXPECT_EQ(RGB(r, g, b), 0u);
-  // 360 (as RGBToHWV can answer) is red, like 0.
-  BYTE r0, g0, b0;
-  HWVToRGB(360, 30, 200, r, g, b);
-  HWVToRGB(0, 30, 200, r0, g0, b0);
-  EXPECT_EQ(RGB(r, g, b), RGB(r0, g0, b0));
-  // Pure blue comes back with red 5: the mirrored red edge at 240 is a copy of red[119].
-  WORD h, w, v;
-  RGBToHWV(0, 0, 255, h, w, v);
-  HWVToRGB(h, w, v, r, g, b);
-  EXPECT_EQ(RGB(r, g, b), RGB(5, 0, 255));
+  // Back to RGB: gray with whiteness 127 is tinted red; 360 (as RGBToHWV can answer) is red,
+  // like 0; pure blue comes back with red 5, as the mirrored red edge at 240 is red[119].
+  EXPECT_EQ(Rgb(0, 127, 100), RGB(100, 99, 99));
+  EXPECT_EQ(Rgb(120, 0, 255), RGB(0, 255, 0));
+  EXPECT_EQ(Rgb(200, 64, 0), 0u);
+  EXPECT_EQ(Rgb(360, 30, 200), Rgb(0, 30, 200));
+  EXPECT_EQ(Rgb(240, 0, 255), RGB(5, 0, 255));
+  EXPECT_EQ(Hwv(0, 0, 255), std::vector<int>({240, 0, 255}));
 }
 
 }  // namespace

@@ -8,22 +8,11 @@
 #include <algorithm>
 #include <climits>
 #include <memory>
-#include <vector>
 
 namespace {
 
-using vardell::test::At;
-using vardell::test::FillRandom;
-using vardell::test::OnlyChannelsChanged;
-using vardell::test::Snapshot;
+using namespace vardell::test;
 
-// Sets pixel (0, 0) of a 1 x 1 picture and answers the picture.
-void OnePixel(CPicture& p, BYTE r, BYTE g, BYTE b) {
-  p.CreatePicture(1, 1, 0);
-  p.GetBuffer()[0] = b;
-  p.GetBuffer()[1] = g;
-  p.GetBuffer()[2] = r;
-}
 COLORREF Pixel(const CPicture& p, int x = 0, int y = 0) {
   const BYTE* q = p.GetPixel(x, y);
   return RGB(q[2], q[1], q[0]);
@@ -45,13 +34,60 @@ TEST(ColourTransformsTest, EmptyPictureChangesNothing) {
   EXPECT_EQ(h, 0);
 }
 
-TEST(ColourTransformsTest, TablesBrightnessAndOffsetsMatchTheirDefinitions) {
+TEST(ColourTransformsTest, OnePixelKnownAnswers) {
+  const struct {
+    void (*op)(CPicture&);
+    COLORREF in, out;
+    int mmx = 0;
+  } cases[] = {
+      {[](CPicture& p) { p.Contrast(0); }, RGB(0, 255, 100), RGB(0, 255, 100)},
+      // Inverted around 128: 256 - v; then 2 (v - 128) + 128.
+      {[](CPicture& p) { p.Contrast(-200); }, RGB(0, 255, 100), RGB(255, 1, 156)},
+      {[](CPicture& p) { p.Contrast(100); }, RGB(255, 1, 156), RGB(255, 0, 184)},
+      // -201 / 100 truncates towards zero, to -2.
+      {[](CPicture& p) { p.Contrast(-301); }, RGB(100, 127, 129), RGB(184, 130, 126)},
+      // smallest * 128 < largest: w = 0 clears it.
+      {[](CPicture& p) { p.Saturate(0); }, RGB(255, 100, 1), RGB(255, 100, 0)},
+      {[](CPicture& p) { p.Saturate(5); }, RGB(255, 100, 1), RGB(255, 100, 0)},
+      {[](CPicture& p) { p.Saturate(-5); }, RGB(255, 100, 1), RGB(255, 107, 0)},
+      {[](CPicture& p) { p.Saturate(50); }, RGB(90, 90, 90), RGB(90, 90, 90)},
+      {[](CPicture& p) { p.Saturate(1000); }, RGB(40, 200, 120), RGB(0, 200, 101)},
+      // The truncated whiteness lets the smallest pass the largest.
+      {[](CPicture& p) { p.Saturate(-1000); }, RGB(40, 200, 120), RGB(204, 200, 200)},
+      // Blue largest, tie of the others: red counts as the middle.
+      {[](CPicture& p) { p.Saturate(10); }, RGB(50, 50, 200), RGB(35, 34, 200)},
+      // Whiteness clamped to 127: a red tint.
+      {[](CPicture& p) { p.HueSaturate(0, 0); }, RGB(100, 100, 100), RGB(100, 99, 99)},
+      {[](CPicture& p) { p.Hue(120); }, RGB(255, 0, 1), RGB(0, 255, 0)},  // hue 360 wraps
+      {[](CPicture& p) { p.HueSaturate(-120, -1000); }, RGB(200, 100, 100), RGB(198, 198, 200)},
+      // The MMX path takes the offsets as 16-bit words: equal within them, wrapped beyond.
+      {[](CPicture& p) { p.Brightness(-30); }, RGB(100, 100, 100), RGB(70, 70, 70), 1},
+      {[](CPicture& p) { p.AdjustColors(65536 + 5, 20, -65536 - 200); }, RGB(100, 100, 100),
+       RGB(105, 120, 0), 1},
+      {[](CPicture& p) { p.AdjustColors(65536 + 5, 20, -65536 - 200); }, RGB(105, 120, 0),
+       RGB(255, 140, 0)},
+  };
+  CPicture p;
+  for (const auto& c : cases) {
+    p.CreatePicture(1, 1, 0);
+    p.ClearPicture(CRect(0, 0, 1, 1), c.in);
+    EnableMMX(c.mmx);
+    c.op(p);
+    EnableMMX(0);
+    EXPECT_EQ(Pixel(p), c.out) << "case " << &c - cases;
+  }
+  FillRandom(p, 9, 4, 652);
+  EXPECT_EQ(p.Contrast(-100), 1);
+  for (int y = 0; y < 4; ++y)
+    for (int x = 0; x < 9; ++x) ASSERT_EQ(Pixel(p, x, y), RGB(128, 128, 128));
+}
+
+TEST(ColourTransformsTest, TablesAndBrightnessMatchTheirDefinitions) {
   CPicture p, q;
   FillRandom(p, 23, 7, 650);
   auto before = Snapshot(p);
   EXPECT_EQ(p.Transform(nullptr, nullptr, nullptr), 1);
   EXPECT_EQ(Snapshot(p), before);
-
   EnableMMX(0);
   for (int b : {0, 17, -40, 255, -300, INT_MAX, INT_MIN}) {
     FillRandom(p, 23, 7, 651);
@@ -60,61 +96,10 @@ TEST(ColourTransformsTest, TablesBrightnessAndOffsetsMatchTheirDefinitions) {
     BYTE t[256];
     for (int i = 0; i < 256; ++i)
       t[i] = static_cast<BYTE>(std::clamp<long long>(i + 0LL + b, 0, 255));
-    ASSERT_EQ(p.Brightness(b), 1);
-    ASSERT_EQ(q.Transform(t, t, t), 1);
+    ASSERT_EQ(p.Brightness(b) + q.Transform(t, t, t), 2);
     ASSERT_EQ(Snapshot(p), Snapshot(q)) << b;
     ASSERT_TRUE(OnlyChannelsChanged(before, Snapshot(p), p));
   }
-  // The MMX path takes the offsets as 16-bit words: equal within them, wrapped beyond.
-  OnePixel(p, 100, 100, 100);
-  OnePixel(q, 100, 100, 100);
-  EnableMMX(1);
-  p.Brightness(-30);
-  q.AdjustColors(65536 + 5, 20, -65536 - 200);
-  EnableMMX(0);
-  EXPECT_EQ(Pixel(p), RGB(70, 70, 70));
-  EXPECT_EQ(Pixel(q), RGB(105, 120, 0));
-  q.AdjustColors(65536 + 5, 20, -65536 - 200);
-  EXPECT_EQ(Pixel(q), RGB(255, 140, 0));
-}
-
-TEST(ColourTransformsTest, Contrast) {
-  CPicture p;
-  FillRandom(p, 9, 4, 652);
-  EXPECT_EQ(p.Contrast(-100), 1);
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 9; ++x) ASSERT_EQ(Pixel(p, x, y), RGB(128, 128, 128));
-  OnePixel(p, 0, 255, 100);
-  p.Contrast(0);
-  EXPECT_EQ(Pixel(p), RGB(0, 255, 100));
-  p.Contrast(-200);  // inverted around 128: 256 - v
-  EXPECT_EQ(Pixel(p), RGB(255, 1, 156));
-  p.Contrast(100);  // 2 (v - 128) + 128
-  EXPECT_EQ(Pixel(p), RGB(255, 0, 184));
-  OnePixel(p, 100, 127, 129);
-  p.Contrast(-301);  // -201 / 100 truncates towards zero, to -2
-  EXPECT_EQ(Pixel(p), RGB(184, 130, 126));
-}
-
-TEST(ColourTransformsTest, SaturateClipsThroughWhiteness) {
-  CPicture p;
-  for (int s : {0, 5, -5}) {
-    OnePixel(p, 255, 100, 1);  // smallest * 128 < largest: w = 0 clears it
-    p.Saturate(s);
-    EXPECT_EQ(Pixel(p), s < 0 ? RGB(255, 107, 0) : RGB(255, 100, 0)) << s;
-  }
-  OnePixel(p, 90, 90, 90);
-  p.Saturate(50);
-  EXPECT_EQ(Pixel(p), RGB(90, 90, 90));
-  OnePixel(p, 40, 200, 120);
-  p.Saturate(1000);
-  EXPECT_EQ(Pixel(p), RGB(0, 200, 101));
-  OnePixel(p, 40, 200, 120);
-  p.Saturate(-1000);  // the truncated whiteness lets the smallest pass the largest
-  EXPECT_EQ(Pixel(p), RGB(204, 200, 200));
-  OnePixel(p, 50, 50, 200);  // blue largest, tie of the others: red counts as the middle
-  p.Saturate(10);
-  EXPECT_EQ(Pixel(p), RGB(35, 34, 200));
 }
 
 TEST(ColourTransformsTest, HueGoesThroughTheModel) {
@@ -125,8 +110,8 @@ TEST(ColourTransformsTest, HueGoesThroughTheModel) {
     ASSERT_EQ(p.Hue(dh), 1);
     for (int y = 0; y < 5; ++y)
       for (int x = 0; x < 31; ++x) {
-        const auto c = vardell::test::SlowRgbToHwv(At(before, p, x, y, 2), At(before, p, x, y, 1),
-                                                   At(before, p, x, y, 0));
+        const auto c =
+            SlowRgbToHwv(At(before, p, x, y, 2), At(before, p, x, y, 1), At(before, p, x, y, 0));
         BYTE r, g, b;
         HWVToRGB(static_cast<WORD>(((c.hue + dh) % 360 + 360) % 360), c.whiteness, c.value, r, g,
                  b);
@@ -139,16 +124,6 @@ TEST(ColourTransformsTest, HueGoesThroughTheModel) {
   p.Hue(0);
   q.Hue(360);
   EXPECT_EQ(Snapshot(p), Snapshot(q));
-
-  OnePixel(p, 100, 100, 100);
-  p.HueSaturate(0, 0);  // whiteness clamped to 127: a red tint
-  EXPECT_EQ(Pixel(p), RGB(100, 99, 99));
-  OnePixel(p, 255, 0, 1);  // hue 360 wraps
-  p.Hue(120);
-  EXPECT_EQ(Pixel(p), RGB(0, 255, 0));
-  OnePixel(p, 200, 100, 100);
-  p.HueSaturate(-120, -1000);
-  EXPECT_EQ(Pixel(p), RGB(198, 198, 200));
 }
 
 TEST(ColourTransformsTest, ColorAdjustRunsItsStepsInOrder) {
@@ -196,43 +171,38 @@ TEST(ColourTransformsTest, GrayInPlaceAndIntoAMask) {
   EXPECT_EQ(p.ConvertToGray(nullptr), 0);
 }
 
-TEST(ColourTransformsTest, AverageColourOfAnInclusiveRectangle) {
+TEST(ColourTransformsTest, AverageColourAndColourDifference) {
   CPicture p;
   p.CreatePicture(4, 3, 0);
   p.ClearPicture(CRect(0, 0, 1, 1), RGB(200, 100, 50));
   p.ClearPicture(CRect(1, 0, 2, 1), RGB(101, 0, 0));
+  // The rectangle is inclusive.
   EXPECT_EQ(p.GetAverageColor(CRect(0, 0, 0, 0)), RGB(200, 100, 50));
   EXPECT_EQ(p.GetAverageColor(CRect(0, 0, 1, 0)), RGB(150, 50, 25));
   EXPECT_EQ(p.GetAverageColor(CRect(-5, -5, 1, 1)), RGB(75, 25, 12));
   EXPECT_EQ(p.GetAverageColor(CRect(10, 10, 20, 20)), 0u);
-}
-
-TEST(ColourTransformsTest, ColourDifferenceStepsThroughTheModel) {
-  int h = 9, s = 9, v = 9;
-  CPicture::GetColorDifference(RGB(255, 0, 0), RGB(255, 0, 0), h, s, v);
-  EXPECT_EQ(h + s + v, 0);
-  CPicture::GetColorDifference(RGB(255, 0, 0), RGB(0, 128, 0), h, s, v);
-  EXPECT_EQ(h, 120);
-  EXPECT_EQ(s, 0);
-  EXPECT_EQ(v, -64);  // half of 128 - 255, towards minus infinity
-  CPicture::GetColorDifference(RGB(200, 100, 100), RGB(100, 100, 100), h, s, v);
-  EXPECT_EQ(h, 0);
-  EXPECT_EQ(s, 63 - 128);  // 200, 99, 99 after the hue step
-  EXPECT_EQ(v, -50);
+  // v: half of 128 - 255, towards minus infinity; s: 200, 99, 99 after the hue step.
+  const struct {
+    COLORREF from, to;
+    std::vector<int> hsv;
+  } cases[] = {{RGB(255, 0, 0), RGB(255, 0, 0), {0, 0, 0}},
+               {RGB(255, 0, 0), RGB(0, 128, 0), {120, 0, -64}},
+               {RGB(200, 100, 100), RGB(100, 100, 100), {0, 63 - 128, -50}}};
+  for (const auto& c : cases) {
+    int h = 9, s = 9, v = 9;
+    CPicture::GetColorDifference(c.from, c.to, h, s, v);
+    EXPECT_EQ(std::vector<int>({h, s, v}), c.hsv);
+  }
 }
 
 TEST(ColourTransformsTest, MasksFromAColourAndARange) {
   CPicture p;
   p.CreatePicture(5, 2, 0);
-  p.ClearPicture(CRect(1, 0, 2, 1), RGB(10, 20, 30));
-  p.ClearPicture(CRect(2, 0, 3, 1), RGB(11, 21, 31));
-  p.ClearPicture(CRect(3, 0, 4, 1), RGB(8, 18, 28));
-  p.ClearPicture(CRect(4, 0, 5, 1), RGB(7, 20, 30));
+  const COLORREF colours[] = {RGB(10, 20, 30), RGB(11, 21, 31), RGB(8, 18, 28), RGB(7, 20, 30)};
+  for (int x = 1; x < 5; ++x) p.ClearPicture(CRect(x, 0, x + 1, 1), colours[x - 1]);
   auto row = [](CMask* m) {
     std::unique_ptr<CMask> owned(m);
-    std::vector<int> v;
-    for (int x = 0; x < 5; ++x) v.push_back(*m->GetPixel(x, 0));
-    return v;
+    return std::vector<int>(m->GetPixel(0, 0), m->GetPixel(5, 0));
   };
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 0)), (std::vector<int>{0, 255, 0, 0, 0}));
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 1)), (std::vector<int>{255, 0, 255, 255, 255}));

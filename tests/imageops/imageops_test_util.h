@@ -29,13 +29,12 @@ inline BYTE At(const std::vector<BYTE>& s, const CPicture& p, int x, int y, int 
   return s[static_cast<std::size_t>(p.Height() - 1 - y) * p.GetDataWidth() + 3 * x + c];
 }
 
-// Expects that only channel bytes changed between two snapshots of p.
+// Whether only channel bytes changed between two snapshots of p.
 inline bool OnlyChannelsChanged(const std::vector<BYTE>& before, const std::vector<BYTE>& after,
                                 const CPicture& p) {
   for (std::size_t i = 0; i < before.size(); ++i) {
-    const std::size_t row = i / p.GetDataWidth(), col = i % p.GetDataWidth();
-    const bool channel =
-        row < static_cast<std::size_t>(p.Height()) && col < 3 * static_cast<std::size_t>(p.Width());
+    const bool channel = i / p.GetDataWidth() < static_cast<std::size_t>(p.Height()) &&
+                         i % p.GetDataWidth() < 3 * static_cast<std::size_t>(p.Width());
     if (!channel && before[i] != after[i]) return false;
   }
   return true;
