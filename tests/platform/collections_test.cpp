@@ -1,6 +1,8 @@
 #include "platform/collections.h"
 #include "platform/exception.h"
 
+#include "platform_fixtures.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -8,24 +10,14 @@
 
 namespace {
 
+using vardell::test::ThrownBy;
+using Values = std::vector<long long>;
+
 template <class A>
-std::vector<long long> Values(const A& a) {
-  std::vector<long long> v;
+Values ValuesOf(const A& a) {
+  Values v;
   for (int i = 0; i < a.GetSize(); ++i) v.push_back(static_cast<long long>(a[i]));
   return v;
-}
-
-// Runs f and answers the runtime class of the CException* it throws (deleting it), or null.
-template <class F>
-const CRuntimeClass* ThrownBy(F f) {
-  try {
-    f();
-  } catch (CException* e) {
-    const CRuntimeClass* c = e->GetRuntimeClass();
-    e->Delete();
-    return c;
-  }
-  return nullptr;
 }
 
 TEST(CollectionsTest, AddSetSizeAndGrowthKeepMfcRules) {
@@ -34,15 +26,13 @@ TEST(CollectionsTest, AddSetSizeAndGrowthKeepMfcRules) {
   EXPECT_EQ(a.Add(7), 0);
   EXPECT_EQ(a.Add(8), 1);
   a.SetSize(5);
-  EXPECT_EQ(Values(a), (std::vector<long long>{7, 8, 0, 0, 0}));
   a[4] = 9;
   a.SetSize(2);
   a.SetSize(5);  // elements dropped by shrinking come back as zeros
-  EXPECT_EQ(Values(a), (std::vector<long long>{7, 8, 0, 0, 0}));
+  EXPECT_EQ(ValuesOf(a), (Values{7, 8, 0, 0, 0}));
   a.SetAtGrow(7, 3);
-  EXPECT_EQ(a.GetSize(), 8);
+  EXPECT_EQ(ValuesOf(a), (Values{7, 8, 0, 0, 0, 0, 0, 3}));
   EXPECT_EQ(a.GetUpperBound(), 7);
-  EXPECT_EQ(a[6], 0u);
 
   // A first allocation is exact; the default step then grows by max(4, size / 8).
   CByteArray b;
@@ -56,7 +46,7 @@ TEST(CollectionsTest, AddSetSizeAndGrowthKeepMfcRules) {
   b.Add(6);
   EXPECT_NE(b.GetData(), grown);
   b.FreeExtra();
-  EXPECT_EQ(Values(b), (std::vector<long long>{1, 2, 3, 4, 5, 6}));
+  EXPECT_EQ(ValuesOf(b), (Values{1, 2, 3, 4, 5, 6}));
 
   CWordArray w;
   w.SetSize(0, 100);
@@ -67,50 +57,44 @@ TEST(CollectionsTest, AddSetSizeAndGrowthKeepMfcRules) {
   EXPECT_EQ(w.GetData(), stepped);  // 1 + 100
   EXPECT_EQ(w.GetSize(), 101);
   w.RemoveAll();
-  EXPECT_EQ(w.GetSize(), 0);
-  EXPECT_EQ(w.GetData(), nullptr);
+  EXPECT_TRUE(w.GetSize() == 0 && w.GetData() == nullptr);
 }
 
 TEST(CollectionsTest, InsertRemoveAppendCopy) {
   CWordArray a;
   for (WORD v : {1, 2, 3}) a.Add(v);
   a.InsertAt(1, 9, 2);
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 9, 9, 2, 3}));
+  EXPECT_EQ(ValuesOf(a), (Values{1, 9, 9, 2, 3}));
   a.InsertAt(7, 5);  // past the end: the gap is zero-filled
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 9, 9, 2, 3, 0, 0, 5}));
+  EXPECT_EQ(ValuesOf(a), (Values{1, 9, 9, 2, 3, 0, 0, 5}));
   a.RemoveAt(1, 2);
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 2, 3, 0, 0, 5}));
+  EXPECT_EQ(ValuesOf(a), (Values{1, 2, 3, 0, 0, 5}));
   a.RemoveAt(5);
   a.RemoveAt(3, 2);
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 2, 3}));
   a.InsertAt(0, 4, 0);  // nothing to insert
-  EXPECT_EQ(a.GetSize(), 3);
+  EXPECT_EQ(ValuesOf(a), (Values{1, 2, 3}));
 
   CWordArray b;
   b.Add(7);
   b.Add(8);
   a.InsertAt(1, &b);
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 7, 8, 2, 3}));
+  EXPECT_EQ(ValuesOf(a), (Values{1, 7, 8, 2, 3}));
   a.InsertAt(2, &a);  // itself: the values before the insertion
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 7, 1, 7, 8, 2, 3, 8, 2, 3}));
+  EXPECT_EQ(ValuesOf(a), (Values{1, 7, 1, 7, 8, 2, 3, 8, 2, 3}));
   EXPECT_EQ(b.Append(b), 2);
-  EXPECT_EQ(Values(b), (std::vector<long long>{7, 8, 7, 8}));
+  EXPECT_EQ(ValuesOf(b), (Values{7, 8, 7, 8}));
   b.Copy(a);
-  EXPECT_EQ(Values(b), Values(a));
   b.Copy(b);
-  EXPECT_EQ(Values(b), Values(a));
-}
+  EXPECT_EQ(ValuesOf(b), ValuesOf(a));
 
-TEST(CollectionsTest, StringArrayKeepsValuesThatAliasItsElements) {
-  CStringArray s;
+  CStringArray s;  // values that alias the array's own elements survive its moves
   s.Add("first");
-  for (int i = 0; i < 20; ++i) s.Add(s[0]);  // the argument lives in the storage that moves
+  for (int i = 0; i < 20; ++i) s.Add(s[0]);
   s.InsertAt(0, s[20], 3);
   EXPECT_EQ(s.GetSize(), 24);
   for (int i = 0; i < s.GetSize(); ++i) EXPECT_EQ(s[i], "first") << i;
   s.SetAtGrow(30, s[1]);
-  EXPECT_EQ(s[30], "first");
-  EXPECT_TRUE(s[29].IsEmpty());
+  EXPECT_TRUE(s[30] == "first" && s[29].IsEmpty());
   s.SetSize(1);
   s.SetSize(3);
   EXPECT_TRUE(s[1].IsEmpty());
@@ -122,35 +106,32 @@ TEST(CollectionsTest, BadSizesThrowAndLeaveTheArrayAlone) {
   CDWordArray a;
   a.Add(1);
   a.Add(2);
-  EXPECT_EQ(ThrownBy([&] { a.SetSize(-1); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.SetSize(INT_MAX); }), RUNTIME_CLASS(CMemoryException));
-  EXPECT_EQ(ThrownBy([&] { a.SetAtGrow(-1, 5); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.SetAtGrow(INT_MAX, 5); }), RUNTIME_CLASS(CMemoryException));
-  EXPECT_EQ(ThrownBy([&] { a.InsertAt(1, 5, -3); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.InsertAt(1, 5, INT_MAX); }), RUNTIME_CLASS(CMemoryException));
-  EXPECT_EQ(ThrownBy([&] { a.InsertAt(INT_MAX, 5, INT_MAX); }), RUNTIME_CLASS(CMemoryException));
-  EXPECT_EQ(ThrownBy([&] { a.InsertAt(0, nullptr); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(1, 2); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(-1); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(0, INT_MAX); }), RUNTIME_CLASS(CInvalidArgException));
-  EXPECT_EQ(Values(a), (std::vector<long long>{1, 2}));
+  const CRuntimeClass *invalid = RUNTIME_CLASS(CInvalidArgException),
+                      *memory = RUNTIME_CLASS(CMemoryException);
+  EXPECT_EQ(ThrownBy([&] { a.SetSize(-1); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.SetSize(INT_MAX); }), memory);
+  EXPECT_EQ(ThrownBy([&] { a.SetAtGrow(-1, 5); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.SetAtGrow(INT_MAX, 5); }), memory);
+  EXPECT_EQ(ThrownBy([&] { a.InsertAt(1, 5, -3); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.InsertAt(1, 5, INT_MAX); }), memory);
+  EXPECT_EQ(ThrownBy([&] { a.InsertAt(INT_MAX, 5, INT_MAX); }), memory);
+  EXPECT_EQ(ThrownBy([&] { a.InsertAt(0, nullptr); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(1, 2); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(-1); }), invalid);
+  EXPECT_EQ(ThrownBy([&] { a.RemoveAt(0, INT_MAX); }), invalid);
+  EXPECT_EQ(ValuesOf(a), (Values{1, 2}));
 
   // The largest byte array the original platform could hold is allowed in principle; one more
   // element is refused without allocating.
   CObArray o;
-  EXPECT_EQ(ThrownBy([&] { o.SetSize(0x7FFFFFFF / static_cast<int>(sizeof(void*)) + 1); }),
-            RUNTIME_CLASS(CMemoryException));
+  EXPECT_EQ(ThrownBy([&] { o.SetSize(0x7FFFFFFF / static_cast<int>(sizeof(void*)) + 1); }), memory);
   EXPECT_EQ(o.GetSize(), 0);
 }
 
 TEST(CollectionsTest, RuntimeClassesAreThoseOfMfc) {
-  CObArray o;
-  CPtrArray p;
-  CStringArray s;
-  EXPECT_TRUE(o.IsKindOf(RUNTIME_CLASS(CObject)));
-  EXPECT_TRUE(o.IsSerializable());
-  EXPECT_TRUE(s.IsSerializable());
-  EXPECT_FALSE(p.IsSerializable());
+  EXPECT_TRUE(CObArray().IsKindOf(RUNTIME_CLASS(CObject)));
+  EXPECT_TRUE(CObArray().IsSerializable() && CStringArray().IsSerializable());
+  EXPECT_FALSE(CPtrArray().IsSerializable());
   EXPECT_EQ(RUNTIME_CLASS(CByteArray)->m_wSchema, 0u);
   EXPECT_EQ(CRuntimeClass::FromName("CDWordArray"), RUNTIME_CLASS(CDWordArray));
   EXPECT_EQ(CRuntimeClass::FromName("CPtrArray"), nullptr);  // only serialisable classes

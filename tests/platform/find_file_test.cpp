@@ -12,27 +12,17 @@ namespace vardell::test {
 namespace {
 
 TEST(MatchFileName, DosWildcardRules) {
-  EXPECT_TRUE(MatchFileName("*.8BF", "a.8bf"));
-  EXPECT_TRUE(MatchFileName("*.8BF", "A.B.8BF"));
-  EXPECT_FALSE(MatchFileName("*.8BF", "a.8b"));
-  EXPECT_FALSE(MatchFileName("*.8BF", "a8bf"));
-  EXPECT_FALSE(MatchFileName("*.8bf", "plugin.8bfx"));  // no 8.3 alias here
-  EXPECT_TRUE(MatchFileName("*.*", "README"));
-  EXPECT_TRUE(MatchFileName("*", "."));
-  EXPECT_TRUE(MatchFileName("a?.txt", "a.txt"));
-  EXPECT_TRUE(MatchFileName("a?.txt", "AB.TXT"));
-  EXPECT_FALSE(MatchFileName("a?.txt", "abc.txt"));
-  EXPECT_TRUE(MatchFileName("a.*", "a"));
-  EXPECT_TRUE(MatchFileName("a.*", "a.b.c"));
-  EXPECT_FALSE(MatchFileName("a.*", "ab"));
-  EXPECT_TRUE(MatchFileName("*.", "noext"));
-  EXPECT_FALSE(MatchFileName("*.", "has.ext"));
-  EXPECT_TRUE(MatchFileName("?.?", "a"));
-  EXPECT_TRUE(MatchFileName("?.?", "a.b"));
-  EXPECT_FALSE(MatchFileName("?.?", "ab"));
-  EXPECT_TRUE(MatchFileName("*.8b?", "x.8BE"));
-  EXPECT_TRUE(MatchFileName("*blur*", "SoftBlur.8bf"));
-  EXPECT_FALSE(MatchFileName("blur", "blurs"));
+  const char* const matches[][2] = {
+      {"*.8BF", "a.8bf"},        {"*.8BF", "A.B.8BF"}, {"*.*", "README"}, {"*", "."},
+      {"a?.txt", "a.txt"},       {"a?.txt", "AB.TXT"}, {"a.*", "a"},      {"a.*", "a.b.c"},
+      {"*.", "noext"},           {"?.?", "a"},         {"?.?", "a.b"},    {"*.8b?", "x.8BE"},
+      {"*blur*", "SoftBlur.8bf"}};
+  const char* const misses[][2] = {
+      {"*.8BF", "a.8b"},     {"*.8BF", "a8bf"}, {"*.8bf", "plugin.8bfx"},  // no 8.3 alias here
+      {"a?.txt", "abc.txt"}, {"a.*", "ab"},     {"*.", "has.ext"},
+      {"?.?", "ab"},         {"blur", "blurs"}};
+  for (const auto& m : matches) EXPECT_TRUE(MatchFileName(m[0], m[1])) << m[0] << " " << m[1];
+  for (const auto& m : misses) EXPECT_FALSE(MatchFileName(m[0], m[1])) << m[0] << " " << m[1];
   // Many stars cost no backtracking.
   EXPECT_FALSE(MatchFileName("*a*a*a*a*a*a*a*a*a*a*a*a*b", std::string(200, 'a')));
 }
@@ -50,41 +40,34 @@ std::vector<std::pair<std::string, DWORD>> FindAll(const std::string& pattern) {
   return found;
 }
 
-TEST(FindFirstFile, ListsMatchesSortedWithAttributes) {
+TEST(FindFirstFile, ListsMatchesSortedWithAttributesAndFailuresSetTheLastError) {
   TempDir dir;
   WriteBytes(dir.File("b.8BF"), std::vector<std::uint8_t>(70000, 1));
   WriteBytes(dir.File("a.8bf"), {});
   WriteBytes(dir.File("c.txt"), {});
   std::filesystem::create_directory(dir.path() / "x.8bf");
   const std::string folder = dir.path().string() + "/";
-
   using Found = std::vector<std::pair<std::string, DWORD>>;
   EXPECT_EQ(FindAll(folder + "*.8bf"), (Found{{"a.8bf", FILE_ATTRIBUTE_NORMAL},
                                               {"b.8BF", FILE_ATTRIBUTE_NORMAL},
                                               {"x.8bf", FILE_ATTRIBUTE_DIRECTORY}}));
-  Found all = FindAll(folder + "*");
+  const Found all = FindAll(folder + "*");
   ASSERT_EQ(all.size(), 6u);
-  EXPECT_EQ(all[0], (std::pair<std::string, DWORD>(".", FILE_ATTRIBUTE_DIRECTORY)));
-  EXPECT_EQ(all[1], (std::pair<std::string, DWORD>("..", FILE_ATTRIBUTE_DIRECTORY)));
+  EXPECT_EQ(Found(all.begin(), all.begin() + 2),
+            (Found{{".", FILE_ATTRIBUTE_DIRECTORY}, {"..", FILE_ATTRIBUTE_DIRECTORY}}));
 
   WIN32_FIND_DATA data;
   HANDLE h = FindFirstFile((folder + "B.8bf").c_str(), &data);
   ASSERT_NE(h, INVALID_HANDLE_VALUE);
   EXPECT_STREQ(data.cFileName, "b.8BF");
-  EXPECT_EQ(data.nFileSizeLow, 70000u);
-  EXPECT_EQ(data.nFileSizeHigh, 0u);
+  EXPECT_TRUE(data.nFileSizeLow == 70000u && data.nFileSizeHigh == 0u);
   EXPECT_GT(data.ftLastWriteTime.dwHighDateTime, 0x01D00000u);  // after 2014
   EXPECT_STREQ(data.cAlternateFileName, "");
   FindClose(h);
-}
 
-TEST(FindFirstFile, FailuresSetTheLastError) {
-  TempDir dir;
-  WIN32_FIND_DATA data;
-  EXPECT_EQ(FindFirstFile((dir.path().string() + "/*.8bf").c_str(), &data), INVALID_HANDLE_VALUE);
+  EXPECT_EQ(FindFirstFile((folder + "*.bmp").c_str(), &data), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(FindFirstFile((dir.path().string() + "/missing/*").c_str(), &data),
-            INVALID_HANDLE_VALUE);
+  EXPECT_EQ(FindFirstFile((folder + "missing/*").c_str(), &data), INVALID_HANDLE_VALUE);
   EXPECT_EQ(GetLastError(), ERROR_PATH_NOT_FOUND);
   EXPECT_FALSE(FindNextFile(INVALID_HANDLE_VALUE, &data));
   EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);

@@ -5,7 +5,8 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstring>
+#include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -60,42 +61,36 @@ TEST(ObjectTest, IsKindOfFollowsTheBaseChain) {
   CCircleTest circle;
   const CObject& object = circle;
   EXPECT_EQ(object.GetRuntimeClass(), RUNTIME_CLASS(CCircleTest));
-  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CCircleTest)));
-  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CShapeTest)));
-  EXPECT_TRUE(object.IsKindOf(RUNTIME_CLASS(CObject)));
-  EXPECT_FALSE(object.IsKindOf(RUNTIME_CLASS(CDynamicTest)));
-  EXPECT_FALSE(object.IsKindOf(nullptr));
+  std::string kinds;
+  for (const CRuntimeClass* c :
+       {RUNTIME_CLASS(CCircleTest), RUNTIME_CLASS(CShapeTest), RUNTIME_CLASS(CObject),
+        RUNTIME_CLASS(CDynamicTest), static_cast<CRuntimeClass*>(nullptr)})
+    kinds += object.IsKindOf(c) ? '1' : '0';
+  EXPECT_EQ(kinds, "11100");
   CShapeTest shape;
   EXPECT_FALSE(shape.IsKindOf(RUNTIME_CLASS(CCircleTest)));
   EXPECT_TRUE(shape.IsSerializable());
   EXPECT_FALSE(CDynCreateTest().IsSerializable());
-
   CFileException file(CFileException::badSeek);
   EXPECT_TRUE(file.IsKindOf(RUNTIME_CLASS(CException)));
   EXPECT_FALSE(file.IsKindOf(RUNTIME_CLASS(CMemoryException)));
 }
 
 TEST(ObjectTest, DynamicCreationByNameFindsOnlySerialClasses) {
-  CObject* made = CRuntimeClass::CreateObject("CCircleTest");
-  ASSERT_NE(made, nullptr);
-  ASSERT_TRUE(made->IsKindOf(RUNTIME_CLASS(CCircleTest)));
-  EXPECT_EQ(static_cast<CCircleTest*>(made)->m_radius, 1.5);  // constructed, not just allocated
-  EXPECT_EQ(static_cast<CCircleTest*>(made)->m_nSides, 0);
-  delete made;
-
+  std::unique_ptr<CObject> made(CRuntimeClass::CreateObject("CCircleTest"));
+  ASSERT_TRUE(made && made->IsKindOf(RUNTIME_CLASS(CCircleTest)));
+  const auto* circle = static_cast<CCircleTest*>(made.get());
+  EXPECT_TRUE(circle->m_radius == 1.5 && circle->m_nSides == 0);  // constructed, not allocated
   EXPECT_EQ(CRuntimeClass::FromName("CShapeTest"), RUNTIME_CLASS(CShapeTest));
-  EXPECT_EQ(CRuntimeClass::FromName("cshapetest"), nullptr);  // exact, case-sensitive
-  EXPECT_EQ(CRuntimeClass::FromName("CShape"), nullptr);
-  EXPECT_EQ(CRuntimeClass::FromName(nullptr), nullptr);
-  // DYNCREATE can create through its runtime class but is not registered by name, as in MFC.
-  EXPECT_EQ(CRuntimeClass::FromName("CDynCreateTest"), nullptr);
-  CObject* dyn = RUNTIME_CLASS(CDynCreateTest)->CreateObject();
+  // Exact and case-sensitive; DYNCREATE classes are not registered by name, as in MFC.
+  for (const char* name :
+       {"cshapetest", "CShape", static_cast<const char*>(nullptr), "CDynCreateTest"})
+    EXPECT_EQ(CRuntimeClass::FromName(name), nullptr) << (name ? name : "null");
+  std::unique_ptr<CObject> dyn(RUNTIME_CLASS(CDynCreateTest)->CreateObject());
   ASSERT_NE(dyn, nullptr);
   EXPECT_EQ(dyn->GetRuntimeClass(), RUNTIME_CLASS(CDynCreateTest));
-  delete dyn;
   EXPECT_EQ(RUNTIME_CLASS(CDynamicTest)->CreateObject(), nullptr);
-  // A constructor that throws gives null.
-  EXPECT_EQ(RUNTIME_CLASS(CThrowingTest)->CreateObject(), nullptr);
+  EXPECT_EQ(RUNTIME_CLASS(CThrowingTest)->CreateObject(), nullptr);  // its constructor throws
 }
 
 TEST(ObjectTest, RegistryServesReadersWhileClassesAreAdded) {

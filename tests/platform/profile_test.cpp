@@ -1,5 +1,6 @@
 #include "platform/profile.h"
 
+#include "platform_fixtures.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -8,11 +9,11 @@
 
 namespace {
 
+using vardell::test::Join;
 using vardell::test::TempDir;
-using vardell::test::WriteBytes;
 
 void WriteText(const std::string& path, const std::string& text) {
-  WriteBytes(path, std::vector<std::uint8_t>(text.begin(), text.end()));
+  vardell::test::WriteBytes(path, std::vector<std::uint8_t>(text.begin(), text.end()));
 }
 
 TEST(Profile, StringRulesOfThePlatform) {
@@ -21,25 +22,20 @@ TEST(Profile, StringRulesOfThePlatform) {
   WriteText(file,
             "[ section1 ]\r\nname1 = val1 \r\nname2=\"val2\"\rname3='q\nname4\nname1=second\n"
             "[other]\nname1=other\n");
-  char buf[64];
-  EXPECT_EQ(4u, GetPrivateProfileString("Section1", "NaMe1", "d", buf, 64, file.c_str()));
-  EXPECT_STREQ("val1", buf);
-  GetPrivateProfileString("section1", "name2", "d", buf, 64, file.c_str());
-  EXPECT_STREQ("val2", buf);
-  GetPrivateProfileString("section1", "name3", "d", buf, 64, file.c_str());
-  EXPECT_STREQ("'q", buf);
+  // "length:text" of one read into a buffer of `size` that holds "x" before.
+  auto get = [&](const char* key, const char* def, DWORD size = 64, std::string path = "") {
+    char buf[64] = "x";
+    const DWORD n = GetPrivateProfileString("section1", key, def, buf, size,
+                                            (path.empty() ? file : path).c_str());
+    return std::to_string(n) + ":" + buf;
+  };
+  EXPECT_EQ(Join(get("NaMe1", "d"), get("name2", "d"), get("name3", "d")), "4:val1|4:val2|2:'q");
   // A line without '=' is no key; the default loses its trailing blanks.
-  EXPECT_EQ(7u, GetPrivateProfileString("section1", "name4", "one two  ", buf, 64, file.c_str()));
-  EXPECT_STREQ("one two", buf);
-  EXPECT_EQ(0u, GetPrivateProfileString("section1", "", nullptr, buf, 64, file.c_str()));
-  EXPECT_STREQ("", buf);
-  EXPECT_EQ(3u, GetPrivateProfileString("section1", "name1", "", buf, 4, file.c_str()));
-  EXPECT_STREQ("val", buf);
-  buf[0] = 'x';
-  EXPECT_EQ(0u, GetPrivateProfileString("section1", "name1", "", buf, 0, file.c_str()));
-  EXPECT_EQ('x', buf[0]);
-  GetPrivateProfileString("section1", "name1", "", buf, 64, dir.File("missing.ini").c_str());
-  EXPECT_STREQ("", buf);
+  EXPECT_EQ(get("name4", "one two  "), "7:one two");
+  EXPECT_EQ(get("", nullptr), "0:");
+  EXPECT_EQ(get("name1", "", 4), "3:val");
+  EXPECT_EQ(get("name1", "", 0), "0:x");
+  EXPECT_EQ(get("name1", "", 64, dir.File("missing.ini")), "0:");
 }
 
 TEST(Profile, IntegersWrapAndTakeHex) {
@@ -48,23 +44,11 @@ TEST(Profile, IntegersWrapAndTakeHex) {
   WriteText(file,
             "[n]\na=1\nb=+1\nc=-1\nd=4294967296\ne=4294967297\nf=-4294967297\ng=42A94967297\n"
             "h=B4294967297\ni=0x10\nj=\nCOUNT= 3 \n");
-  const char* f = file.c_str();
-  EXPECT_EQ(1u, GetPrivateProfileInt("n", "a", 7, f));
-  EXPECT_EQ(1u, GetPrivateProfileInt("n", "b", 7, f));
-  EXPECT_EQ(0xFFFFFFFFu, GetPrivateProfileInt("n", "c", 7, f));
-  EXPECT_EQ(0u, GetPrivateProfileInt("n", "d", 7, f));
-  EXPECT_EQ(1u, GetPrivateProfileInt("n", "e", 7, f));
-  EXPECT_EQ(0xFFFFFFFFu, GetPrivateProfileInt("n", "f", 7, f));
-  EXPECT_EQ(42u, GetPrivateProfileInt("n", "g", 7, f));
-  EXPECT_EQ(0u, GetPrivateProfileInt("n", "h", 7, f));
-  EXPECT_EQ(16u, GetPrivateProfileInt("n", "i", 7, f));
-  EXPECT_EQ(7u, GetPrivateProfileInt("n", "j", 7, f));
-  EXPECT_EQ(3u, GetPrivateProfileInt("N", "count", 7, f));
-  EXPECT_EQ(7u, GetPrivateProfileInt("n", "missing", 7, f));
-}
+  std::string got;
+  for (const char* key : {"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "count", "missing"})
+    got += std::to_string(GetPrivateProfileInt("N", key, 7, file.c_str())) + " ";
+  EXPECT_EQ(got, "1 1 4294967295 0 1 4294967295 42 0 16 7 3 7 ");
 
-TEST(Profile, ApplicationReadsTheFileItNames) {
-  TempDir dir;
   WriteText(dir.File("app.ini"), "[PenStyle]\ncount=2\nPen1=\"name.bmp\"\n");
   CWinApp app;
   app.m_pszProfileName = dir.File("app.ini").c_str();
