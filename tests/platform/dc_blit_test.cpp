@@ -13,6 +13,7 @@ namespace {
 
 using vardell::test::MemoryDc;
 using vardell::test::Px;
+using Pixels = std::vector<std::uint32_t>;
 
 // A DIB in memory: header and colour table back to back, and its bottom-up rows.
 struct Dib {
@@ -65,9 +66,9 @@ TEST(StretchDIBits, BottomUpSourceCountsRowsFromTheBottom) {
   MemoryDc dc(1, 2);
   // Top-based rows 1..2 of a 4-row DIB: ySrc = 4 - 1 - 2 = 1.
   EXPECT_EQ(Draw(dc.hdc(), 0, 0, 1, 2, 0, 1, 1, 2, d), 4);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{11, 12}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{11, 12}));
   Draw(dc.hdc(), 0, 0, 1, 2, 0, 0, 1, 2, d);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{12, 13}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{12, 13}));
 }
 
 TEST(StretchDIBits, OppositeSignsMirror) {
@@ -75,16 +76,16 @@ TEST(StretchDIBits, OppositeSignsMirror) {
   MemoryDc dc(4, 1);
   // A negative extent covers the pixels from its origin leftwards, origin included.
   Draw(dc.hdc(), 3, 0, -4, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{4, 3, 2, 1}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{4, 3, 2, 1}));
   Draw(dc.hdc(), 0, 0, 4, 1, 3, 0, -4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{4, 3, 2, 1}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{4, 3, 2, 1}));
   Draw(dc.hdc(), 3, 0, -4, 1, 3, 0, -4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{1, 2, 3, 4}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{1, 2, 3, 4}));
 
   const Dib column = Make24(1, 3, [](int, int y) { return Px(0, 0, static_cast<BYTE>(y + 1)); });
   MemoryDc tall(1, 3);
   Draw(tall.hdc(), 0, 2, 1, -3, 0, 0, 1, 3, column);
-  EXPECT_EQ(tall.Pixels(), (std::vector<std::uint32_t>{3, 2, 1}));
+  EXPECT_EQ(tall.Pixels(), (Pixels{3, 2, 1}));
 }
 
 TEST(StretchDIBits, ColorOnColorSampling) {
@@ -144,16 +145,16 @@ TEST(StretchDIBits, EightBitDibDrawsThroughItsColourTable) {
   Dib d = Make8(4, 1, 0, [&](int x, int) { return indexes[x]; });
   MemoryDc dc(4, 1, 0x123456);
   Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0, 0xFFFFFF, 0x808080, 0x050505}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{0, 0xFFFFFF, 0x808080, 0x050505}));
   // A table of 4 entries (biClrUsed): index 5 and above have no colour and draw black.
   d.header().biClrUsed = 4;
   std::memset(&d.info[40 + 4 * 255], 0x77, 4);
   Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0, 0, 0, 0}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{0, 0, 0, 0}));
   // Stretched through the table too.
   Dib two = Make8(2, 1, 0, [](int x, int) { return static_cast<BYTE>(x ? 200 : 100); });
   Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 2, 1, two);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{0x646464, 0x646464, 0xC8C8C8, 0xC8C8C8}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{0x646464, 0x646464, 0xC8C8C8, 0xC8C8C8}));
 }
 
 TEST(StretchDIBits, ReturnValues) {
@@ -175,17 +176,13 @@ TEST(StretchDIBits, BadInputFailsWithGdiError) {
   Dib d = Make24(2, 2, [](int, int) { return 0x010203u; });
   MemoryDc dc(4, 4, 0x777777);
   const HDC hdc = dc.hdc();
-  EXPECT_EQ(StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, nullptr, d.bmi(), DIB_RGB_COLORS, SRCCOPY),
-            GDI_ERROR);
-  EXPECT_EQ(
-      StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), nullptr, DIB_RGB_COLORS, SRCCOPY),
-      GDI_ERROR);
-  EXPECT_EQ(
-      StretchDIBits(hdc, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), d.bmi(), DIB_PAL_COLORS, SRCCOPY),
-      GDI_ERROR);
-  EXPECT_EQ(StretchDIBits(nullptr, 0, 0, 2, 2, 0, 0, 2, 2, d.bits.data(), d.bmi(), DIB_RGB_COLORS,
-                          SRCCOPY),
-            GDI_ERROR);
+  auto raw = [&](HDC to, const void* bits, const BITMAPINFO* bmi, UINT usage) {
+    return StretchDIBits(to, 0, 0, 2, 2, 0, 0, 2, 2, bits, bmi, usage, SRCCOPY);
+  };
+  EXPECT_EQ(raw(hdc, nullptr, d.bmi(), DIB_RGB_COLORS), GDI_ERROR);
+  EXPECT_EQ(raw(hdc, d.bits.data(), nullptr, DIB_RGB_COLORS), GDI_ERROR);
+  EXPECT_EQ(raw(hdc, d.bits.data(), d.bmi(), DIB_PAL_COLORS), GDI_ERROR);
+  EXPECT_EQ(raw(nullptr, d.bits.data(), d.bmi(), DIB_RGB_COLORS), GDI_ERROR);
   const auto with = [&](auto change) {
     Dib bad = d;
     change(bad.header());
@@ -196,7 +193,7 @@ TEST(StretchDIBits, BadInputFailsWithGdiError) {
   EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biWidth = -2; }), GDI_ERROR);
   EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biHeight = 0; }), GDI_ERROR);
   EXPECT_EQ(with([](BITMAPINFOHEADER& h) { h.biSize = 12; }), GDI_ERROR);
-  EXPECT_EQ(dc.Pixels(), std::vector<std::uint32_t>(16, 0x777777));
+  EXPECT_EQ(dc.Pixels(), Pixels(16, 0x777777));
 
   // A DC without a bitmap of its own, and a DC that was deleted.
   HDC bare = CreateCompatibleDC(nullptr);
@@ -209,15 +206,15 @@ TEST(StretchDIBits, ClipsToTheSurfaceAndTheClipRegion) {
   const Dib row = Make24(4, 1, [](int x, int) { return static_cast<std::uint32_t>(x + 1); });
   MemoryDc dc(4, 1);
   Draw(dc.hdc(), -2, 0, 4, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{3, 4, 0, 0}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{3, 4, 0, 0}));
   // Stretched 4 -> 8 with only the middle visible: the sampling does not restart at the edge.
   dc.Fill(0);
   Draw(dc.hdc(), -2, 0, 8, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{2, 2, 3, 3}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{2, 2, 3, 3}));
   // Source pixels outside the DIB leave their destination pixels alone.
   dc.Fill(9);
   Draw(dc.hdc(), 0, 0, 4, 1, -1, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (std::vector<std::uint32_t>{9, 1, 2, 3}));
+  EXPECT_EQ(dc.Pixels(), (Pixels{9, 1, 2, 3}));
 
   // Two separate rectangles of clip: (0,0)-(2,1) and (3,1)-(5,3).
   MemoryDc big(6, 3);
@@ -243,23 +240,22 @@ TEST(BitBlt, CopiesBetweenDcsAndWithinOne) {
   MemoryDc src(4, 2), dst(4, 2, 0xABCDEF);
   src.Set({1, 2, 3, 4, 5, 6, 7, 8});
   EXPECT_TRUE(BitBlt(dst.hdc(), 1, 0, 2, 2, src.hdc(), 2, 0, SRCCOPY));
-  EXPECT_EQ(dst.Pixels(),
-            (std::vector<std::uint32_t>{0xABCDEF, 3, 4, 0xABCDEF, 0xABCDEF, 7, 8, 0xABCDEF}));
+  EXPECT_EQ(dst.Pixels(), (Pixels{0xABCDEF, 3, 4, 0xABCDEF, 0xABCDEF, 7, 8, 0xABCDEF}));
 
   // Overlapping areas of one surface: shifted right by one and down by one.
   src.Set({1, 2, 3, 4, 5, 6, 7, 8});
   EXPECT_TRUE(BitBlt(src.hdc(), 1, 0, 3, 2, src.hdc(), 0, 0, SRCCOPY));
-  EXPECT_EQ(src.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 3, 5, 5, 6, 7}));
+  EXPECT_EQ(src.Pixels(), (Pixels{1, 1, 2, 3, 5, 5, 6, 7}));
   EXPECT_TRUE(BitBlt(src.hdc(), 0, 1, 4, 1, src.hdc(), 0, 0, SRCCOPY));
-  EXPECT_EQ(src.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 3, 1, 1, 2, 3}));
+  EXPECT_EQ(src.Pixels(), (Pixels{1, 1, 2, 3, 1, 1, 2, 3}));
 
   // StretchBlt samples as StretchDIBits does.
   MemoryDc wide(8, 1);
   src.Set({1, 2, 3, 4, 5, 6, 7, 8});
   EXPECT_TRUE(StretchBlt(wide.hdc(), 0, 0, 8, 1, src.hdc(), 0, 0, 4, 1, SRCCOPY));
-  EXPECT_EQ(wide.Pixels(), (std::vector<std::uint32_t>{1, 1, 2, 2, 3, 3, 4, 4}));
+  EXPECT_EQ(wide.Pixels(), (Pixels{1, 1, 2, 2, 3, 3, 4, 4}));
   EXPECT_TRUE(StretchBlt(wide.hdc(), 7, 0, -8, 1, src.hdc(), 0, 0, 4, 1, SRCCOPY));
-  EXPECT_EQ(wide.Pixels(), (std::vector<std::uint32_t>{4, 4, 3, 3, 2, 2, 1, 1}));
+  EXPECT_EQ(wide.Pixels(), (Pixels{4, 4, 3, 3, 2, 2, 1, 1}));
 
   // A source is needed only by operations that use one.
   EXPECT_TRUE(BitBlt(wide.hdc(), 0, 0, 2, 1, nullptr, 0, 0, BLACKNESS));
@@ -274,7 +270,7 @@ TEST(BitBlt, CopiesBetweenDcsAndWithinOne) {
 TEST(PatBlt, Variants) {
   MemoryDc dc(4, 2, 0x123456);
   EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 4, 2, WHITENESS));
-  EXPECT_EQ(dc.Pixels(), std::vector<std::uint32_t>(8, 0xFFFFFF));
+  EXPECT_EQ(dc.Pixels(), Pixels(8, 0xFFFFFF));
   EXPECT_TRUE(PatBlt(dc.hdc(), 1, 0, 2, 1, BLACKNESS));
   EXPECT_EQ(dc.Row(0, 0, 0xFFFFFF), ".##.");  // right edge exclusive
   EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 4, 2, DSTINVERT));

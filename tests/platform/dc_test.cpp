@@ -4,6 +4,7 @@
 #include "platform/window_surface.h"
 
 #include "dc_test_util.h"
+#include "platform_fixtures.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 
 namespace {
 
+using vardell::test::Join;
 using vardell::test::MemoryDc;
 using vardell::test::Px;
 
@@ -104,19 +106,17 @@ TEST(DeviceContext, BitmapSizes) {
   BITMAP bm{};
   ASSERT_EQ(GetObject(stock, sizeof bm, &bm), static_cast<int>(sizeof bm));
   EXPECT_EQ(bm.bmWidth, 1);  // a zero size answers the 1x1 stock bitmap
-  EXPECT_EQ(CreateCompatibleBitmap(nullptr, -1, 5), nullptr);
-  EXPECT_EQ(CreateCompatibleBitmap(nullptr, 70000, 70000), nullptr);
-  EXPECT_EQ(CreateCompatibleBitmap(nullptr, 0x7FFFFFFF, 0x7FFFFFFF), nullptr);
-  EXPECT_EQ(CreateBitmap(2, 2, 1, 24, nullptr), nullptr);
+  for (HBITMAP bad :
+       {CreateCompatibleBitmap(nullptr, -1, 5), CreateCompatibleBitmap(nullptr, 70000, 70000),
+        CreateCompatibleBitmap(nullptr, 0x7FFFFFFF, 0x7FFFFFFF),
+        CreateBitmap(2, 2, 1, 24, nullptr)})
+    EXPECT_EQ(bad, nullptr);
 
   const std::uint32_t rows[] = {0xFF010203, 0x00040506, 0x00070809, 0x000A0B0C};
   HBITMAP bitmap = CreateBitmap(2, 2, 1, 32, rows);
   ASSERT_EQ(GetObject(bitmap, 0, nullptr), static_cast<int>(sizeof(BITMAP)));
   GetObject(bitmap, sizeof bm, &bm);
-  EXPECT_EQ(bm.bmWidth, 2);
-  EXPECT_EQ(bm.bmHeight, 2);
-  EXPECT_EQ(bm.bmWidthBytes, 8);
-  EXPECT_EQ(bm.bmBitsPixel, 32);
+  EXPECT_EQ(Join(bm.bmWidth, bm.bmHeight, bm.bmWidthBytes, bm.bmBitsPixel), "2|2|8|32");
   std::uint32_t back[4] = {};
   EXPECT_EQ(GetBitmapBits(bitmap, 0, nullptr), 16);
   EXPECT_EQ(GetBitmapBits(bitmap, 16, back), 16);
@@ -134,10 +134,8 @@ TEST(DeviceContext, GetDIBitsWritesBottomUpAndTopDownDibs) {
   info.bmiHeader.biSize = 40;
   // With biBitCount 0 and no bits, the header is filled in.
   EXPECT_NE(GetDIBits(dc.hdc(), dc.bitmap(), 0, 2, nullptr, &info, DIB_RGB_COLORS), 0);
-  EXPECT_EQ(info.bmiHeader.biWidth, 3);
-  EXPECT_EQ(info.bmiHeader.biHeight, 2);
-  EXPECT_EQ(info.bmiHeader.biBitCount, 32);
-  EXPECT_EQ(info.bmiHeader.biSizeImage, 24u);
+  const BITMAPINFOHEADER& h = info.bmiHeader;
+  EXPECT_EQ(Join(h.biWidth, h.biHeight, h.biBitCount, h.biSizeImage), "3|2|32|24");
 
   info.bmiHeader.biBitCount = 24;
   std::vector<BYTE> bits(2 * 12, 0xEE);
@@ -162,10 +160,9 @@ TEST(DeviceContext, GetDIBitsWritesBottomUpAndTopDownDibs) {
 TEST(DeviceContext, DeviceCaps) {
   vardell::SetDisplayMetrics(1280, 1024, 120);
   HDC screen = CreateCompatibleDC(nullptr);
-  EXPECT_EQ(GetDeviceCaps(screen, HORZRES), 1280);
-  EXPECT_EQ(GetDeviceCaps(screen, VERTRES), 1024);
-  EXPECT_EQ(GetDeviceCaps(screen, LOGPIXELSX), 120);
-  EXPECT_EQ(GetDeviceCaps(screen, PHYSICALWIDTH), 0);
+  EXPECT_EQ(Join(GetDeviceCaps(screen, HORZRES), GetDeviceCaps(screen, VERTRES),
+                 GetDeviceCaps(screen, LOGPIXELSX), GetDeviceCaps(screen, PHYSICALWIDTH)),
+            "1280|1024|120|0");
   vardell::SetDisplayMetrics(1920, 1080, 96);
   DeleteDC(screen);
 
@@ -174,16 +171,13 @@ TEST(DeviceContext, DeviceCaps) {
   HDC printer = CreatePdfPrinterDC(dir.File("a4.pdf").c_str(), 2100, 2970, 300, 50);
   ASSERT_NE(printer, nullptr);
   EXPECT_EQ(GetDeviceCaps(printer, TECHNOLOGY), DT_RASPRINTER);
-  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALWIDTH), 2480);
-  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALHEIGHT), 3508);
-  EXPECT_EQ(GetDeviceCaps(printer, PHYSICALOFFSETX), 59);
-  EXPECT_EQ(GetDeviceCaps(printer, HORZRES), 2480 - 2 * 59);
-  EXPECT_EQ(GetDeviceCaps(printer, VERTRES), 3508 - 2 * 59);
-  EXPECT_EQ(GetDeviceCaps(printer, HORZSIZE), 200);
+  std::string caps;
+  for (int cap : {PHYSICALWIDTH, PHYSICALHEIGHT, PHYSICALOFFSETX, HORZRES, VERTRES, HORZSIZE})
+    caps += std::to_string(GetDeviceCaps(printer, cap)) + " ";
+  EXPECT_EQ(caps, "2480 3508 59 2362 3390 200 ");  // margins of 59 dots on every side
   // A memory DC made compatible with the printer reports the printer.
   HDC memory = CreateCompatibleDC(printer);
-  EXPECT_EQ(GetDeviceCaps(memory, LOGPIXELSX), 300);
-  EXPECT_EQ(GetDeviceCaps(memory, HORZRES), 2362);
+  EXPECT_EQ(Join(GetDeviceCaps(memory, LOGPIXELSX), GetDeviceCaps(memory, HORZRES)), "300|2362");
   DeleteDC(memory);
   DeleteDC(printer);
   EXPECT_EQ(GetDeviceCaps(printer, HORZRES), 0);
