@@ -5,13 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <vector>
 
 namespace {
 
 struct Job {
   CEvent done;
-  int input = 0;
-  int output = 0;
+  int input = 0, output = 0;
   DWORD threadId = 0;
 };
 
@@ -45,17 +45,16 @@ TEST(ThreadTest, SuspendedThreadWaitsForResume) {
   // Written after the start: a thread that ran early would read 0 (and race).
   job.input = 5;
   thread->m_bAutoDelete = FALSE;
-  EXPECT_EQ(thread->GetThreadPriority(), THREAD_PRIORITY_BELOW_NORMAL);
-  EXPECT_FALSE(thread->SetThreadPriority(7));
-  EXPECT_TRUE(thread->SetThreadPriority(THREAD_PRIORITY_HIGHEST));
-  EXPECT_EQ(thread->GetThreadPriority(), THREAD_PRIORITY_HIGHEST);
-  DWORD id = thread->m_nThreadID;
+  EXPECT_EQ((std::vector<int>{thread->GetThreadPriority(), thread->SetThreadPriority(7),
+                              thread->SetThreadPriority(THREAD_PRIORITY_HIGHEST),
+                              thread->GetThreadPriority()}),
+            (std::vector<int>{THREAD_PRIORITY_BELOW_NORMAL, FALSE, TRUE, THREAD_PRIORITY_HIGHEST}));
+  const DWORD id = thread->m_nThreadID;
   EXPECT_NE(id, 0u);
   EXPECT_EQ(thread->ResumeThread(), 1u);
   // Kept alive by m_bAutoDelete = FALSE, so its handle can be waited on.
   EXPECT_EQ(WaitForSingleObject(thread->m_hThread, INFINITE), WAIT_OBJECT_0);
-  EXPECT_EQ(job.output, 10);
-  EXPECT_EQ(job.threadId, id);
+  EXPECT_TRUE(job.output == 10 && job.threadId == id);
   EXPECT_EQ(thread->ResumeThread(), 0u);
   delete thread;
   EXPECT_TRUE(vardell::WaitForWorkerThreads());
@@ -85,8 +84,7 @@ TEST(ThreadTest, ManyWorkersAndAFailingOneEndCleanly) {
   EXPECT_EQ(AfxBeginThread(nullptr, nullptr), nullptr);
 
   CWinThread unstarted(Double, nullptr);
-  EXPECT_EQ(unstarted.ResumeThread(), 0xFFFFFFFFu);
-  EXPECT_EQ(unstarted.m_hThread, nullptr);
+  EXPECT_TRUE(unstarted.ResumeThread() == 0xFFFFFFFFu && unstarted.m_hThread == nullptr);
 }
 
 }  // namespace

@@ -14,8 +14,7 @@ constexpr UINT WM_TEST = WM_USER + 7;
 TEST(WndTest, PostingNeedsALiveWindow) {
   EXPECT_FALSE(PostMessage(nullptr, WM_TEST, 0, 0));
   CWnd wnd;
-  EXPECT_EQ(wnd.GetSafeHwnd(), nullptr);
-  EXPECT_FALSE(wnd.PostMessage(WM_TEST));
+  EXPECT_TRUE(wnd.GetSafeHwnd() == nullptr && !wnd.PostMessage(WM_TEST));
   ASSERT_TRUE(wnd.CreateMessageWindow());
   EXPECT_FALSE(wnd.CreateMessageWindow());
   HWND h = wnd.GetSafeHwnd();
@@ -25,20 +24,15 @@ TEST(WndTest, PostingNeedsALiveWindow) {
   EXPECT_TRUE(PostMessage(h, WM_TEST, 1, -2));
 
   MSG msg{};
-  EXPECT_TRUE(wnd.PeekPostedMessage(msg, FALSE));
+  EXPECT_TRUE(wnd.PeekPostedMessage(msg, FALSE));  // left in the queue
   EXPECT_EQ(wnd.GetPostedMessageCount(), 1);
   EXPECT_TRUE(wnd.PeekPostedMessage(msg));
-  EXPECT_EQ(msg.hwnd, h);
-  EXPECT_EQ(msg.message, WM_TEST);
-  EXPECT_EQ(msg.wParam, 1u);
-  EXPECT_EQ(msg.lParam, -2);
-  EXPECT_FALSE(wnd.PeekPostedMessage(msg));
-  EXPECT_FALSE(wnd.WaitPostedMessage(msg, 1));
+  EXPECT_TRUE(msg.hwnd == h && msg.message == WM_TEST && msg.wParam == 1u && msg.lParam == -2);
+  EXPECT_FALSE(wnd.PeekPostedMessage(msg) || wnd.WaitPostedMessage(msg, 1));
 
   wnd.PostMessage(WM_TEST);
   EXPECT_TRUE(wnd.DestroyWindow());
-  EXPECT_FALSE(IsWindow(h));
-  EXPECT_FALSE(PostMessage(h, WM_TEST, 0, 0));
+  EXPECT_FALSE(IsWindow(h) || PostMessage(h, WM_TEST, 0, 0));
   EXPECT_EQ(CWnd::FromHandlePermanent(h), nullptr);
   EXPECT_FALSE(wnd.PeekPostedMessage(msg));  // the queue went with the window
   ASSERT_TRUE(wnd.CreateMessageWindow());
@@ -46,15 +40,13 @@ TEST(WndTest, PostingNeedsALiveWindow) {
 
   for (int i = 0; i < kPostedMessageLimit; ++i) ASSERT_TRUE(wnd.PostMessage(WM_TEST, i));
   EXPECT_FALSE(wnd.PostMessage(WM_TEST));  // the queue is full
-  EXPECT_TRUE(wnd.PeekPostedMessage(msg));
-  EXPECT_EQ(msg.wParam, 0u);
+  EXPECT_TRUE(wnd.PeekPostedMessage(msg) && msg.wParam == 0u);
 }
 
 TEST(WndTest, MessagesFromSeveralThreadsKeepEachThreadsOrder) {
   CWnd wnd;
   ASSERT_TRUE(wnd.CreateMessageWindow());
-  constexpr int kThreads = 3;
-  constexpr int kEach = 400;
+  constexpr int kThreads = 3, kEach = 400;
   std::vector<std::thread> posters;
   for (int t = 0; t < kThreads; ++t)
     posters.emplace_back([&wnd, t] {
