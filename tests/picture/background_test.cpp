@@ -1,13 +1,8 @@
-#include "bmp_builder.h"
-#include "picture/picture.h"
+#include "picture_fixtures.h"
 #include "platform/thread.h"
 #include "platform/wnd.h"
-#include "support/test_support.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <tuple>
@@ -18,6 +13,7 @@ namespace {
 using namespace vardell::test;
 using Posted = std::tuple<UINT, WPARAM, LPARAM>;
 constexpr UINT kMsg = WM_APP + 1, kOtherMsg = WM_APP + 2;
+const Posted kCancelled(kMsg, 2, 0);
 
 // Posted messages up to and including the first end (wParam 2 or 3) of message number last.
 std::vector<Posted> ReadUntilEnd(CWnd& wnd, UINT last = kMsg) {
@@ -30,36 +26,28 @@ std::vector<Posted> ReadUntilEnd(CWnd& wnd, UINT last = kMsg) {
   return got;
 }
 
-// Picture row j from the bottom, column i, holds file pixel ((i * fw) / tw, (j * fh) / th).
-void ExpectSampled(const CPicture& p, int fw, int fh, CSize t) {
-  ASSERT_EQ(p.GetPictureSize(), t);
-  for (int j = 0; j < t.cy; ++j)
-    for (int i = 0; i < t.cx; ++i) {
-      const int x = i * fw / t.cx, row = j * fh / t.cy;
-      const BYTE* q = p.GetPixel(i, t.cy - 1 - j);
-      ASSERT_TRUE(q[0] == PatternB(x, row) && q[1] == PatternG(x, row) && q[2] == PatternR(x, row))
-          << "column " << i << " row " << j;
-    }
-}
-
 // 4 x 4,000,000 pixels, only the bottom 16 rows written: reduced to 2 x 2,000,000 it keeps a
 // worker busy for seconds, far longer than a test takes to answer its first message.
 std::string MakeLongFile(const TempDir& dir) {
-  const std::string path = dir.File("long.bmp");
-  WriteBytes(path, MakeBmp({.width = 4, .height = 4000000, .rows = 16}));
-  std::filesystem::resize_file(path, 54 + 12ull * 4000000);
-  return path;
+  return WriteFile(dir, "long.bmp", MakeBmp({.width = 4, .height = 4000000, .rows = 16}),
+                   54 + 12ull * 4000000);
 }
 const CSize kLong(2, 2000000);
 
-TEST(BackgroundLoadingTest, SamplesTheRowsAndPostsEachPercentOnce) {
+class BackgroundLoadingTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(wnd.CreateMessageWindow()); }
+  // Waits for the first message of a load just started.
+  void Started() { ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000)); }
   TempDir dir;
-  const std::string tall = dir.File("tall.bmp"), odd = dir.File("odd.bmp");
-  WriteBytes(tall, MakeBmp({.width = 8, .height = 400}));
-  WriteBytes(odd, MakeBmp({.width = 3, .height = 500}));
-  ErrorRecorder errors;
   CWnd wnd;
-  ASSERT_TRUE(wnd.CreateMessageWindow());
+  MSG m;
+  const std::string tall = WriteFile(dir, "tall.bmp", MakeBmp({.width = 8, .height = 400}));
+};
+
+TEST_F(BackgroundLoadingTest, SamplesTheRowsAndPostsEachPercentOnce) {
+  const std::string odd = WriteFile(dir, "odd.bmp", MakeBmp({.width = 3, .height = 500}));
+  ErrorRecorder errors;
   CPicture p;
   std::vector<Posted> want;
   for (int percent = 0; percent < 100; ++percent) want.emplace_back(kMsg, 1, percent);
@@ -71,25 +59,20 @@ TEST(BackgroundLoadingTest, SamplesTheRowsAndPostsEachPercentOnce) {
     EXPECT_EQ(ReadUntilEnd(wnd), want);
     p.CancelLoading();  // consumes the signal the finished load left
     EXPECT_FALSE(p.IsLoading());
-    ExpectSampled(p, fw, fh, target);
+    ExpectSampled(p, Picks(fw, target.cx), Picks(fh, target.cy));
   }
   // Nothing to reduce: the file's own size. Without a window nothing is posted.
   for (CSize wanted : {CSize(8, 400), CSize(9, 100)}) {
     ASSERT_TRUE(p.LoadPictureInBackground(tall.c_str(), wanted, nullptr, kMsg));
     ASSERT_TRUE(vardell::WaitForWorkerThreads());
-    ExpectSampled(p, 8, 400, CSize(8, 400));
+    ExpectSampled(p, Picks(8, 8), Picks(400, 400));
   }
   EXPECT_EQ(wnd.GetPostedMessageCount(), 0);
   EXPECT_TRUE(errors.texts().empty());
 }
 
-TEST(BackgroundLoadingTest, CancelsFromTheReaderForANewLoadAndOnDestruction) {
-  TempDir dir;
-  const std::string path = MakeLongFile(dir), tall = dir.File("tall.bmp");
-  WriteBytes(tall, MakeBmp({.width = 8, .height = 400}));
-  CWnd wnd;
-  ASSERT_TRUE(wnd.CreateMessageWindow());
-  MSG m;
+TEST_F(BackgroundLoadingTest, CancelsFromTheReaderForANewLoadAndOnDestruction) {
+  const std::string path = MakeLongFile(dir);
   auto p = std::make_unique<CPicture>();
   // The signal of a finished load must not cut the next cancellation short.
   ASSERT_TRUE(p->LoadPictureInBackground(tall.c_str(), CSize(2, 100), nullptr, kMsg));
@@ -99,39 +82,36 @@ TEST(BackgroundLoadingTest, CancelsFromTheReaderForANewLoadAndOnDestruction) {
   ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000) && m.wParam == 1 && m.lParam == 0);
   p->CancelLoading();
   EXPECT_FALSE(p->IsLoading());
-  EXPECT_EQ(ReadUntilEnd(wnd).back(), Posted(kMsg, 2, 0));
+  EXPECT_EQ(ReadUntilEnd(wnd).back(), kCancelled);
   EXPECT_EQ(p->GetPictureSize(), kLong);
-  EXPECT_EQ(p->GetBuffer()[5], PatternR(2, 0));  // bottom row, second column: file pixel (2, 0)
+  EXPECT_EQ(PixelOf(*p, 1, kLong.cy - 1), Pattern(2, 0));  // bottom row, second column
 
   // A new load cancels the running one and waits for it before it starts.
   ASSERT_TRUE(p->LoadPictureInBackground(path.c_str(), kLong, &wnd, kMsg));
-  ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000));
+  Started();
   ASSERT_TRUE(p->LoadPictureInBackground(tall.c_str(), CSize(2, 100), &wnd, kOtherMsg));
   const std::vector<Posted> rest = ReadUntilEnd(wnd, kOtherMsg);
   const auto second = std::find_if(rest.begin(), rest.end(),
                                    [](const Posted& q) { return std::get<0>(q) == kOtherMsg; });
   ASSERT_NE(second, rest.begin());
-  EXPECT_EQ(second[-1], Posted(kMsg, 2, 0));
+  EXPECT_EQ(second[-1], kCancelled);
   EXPECT_EQ(rest.end() - second, 101);  // only the new load's percentages and end follow
   p->CancelLoading();
-  ExpectSampled(*p, 8, 400, CSize(2, 100));
+  ExpectSampled(*p, Picks(8, 2), Picks(400, 100));
 
   // The destructor stops a running load before the picture goes.
   ASSERT_TRUE(p->LoadPictureInBackground(path.c_str(), kLong, &wnd, kMsg));
-  ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000));
+  Started();
   p.reset();
-  EXPECT_GE(wnd.GetPostedMessageCount(), 1);
-  EXPECT_EQ(ReadUntilEnd(wnd).back(), Posted(kMsg, 2, 0));
+  EXPECT_EQ(ReadUntilEnd(wnd).back(), kCancelled);
 }
 
-TEST(BackgroundLoadingTest, RefusedFilesStartNoThreadAndLateFailuresEndTheLoad) {
-  TempDir dir;
-  const std::string jpeg = SamplePath("coffee.jpg"), gray = dir.File("gray.bmp"),
-                    cut = dir.File("cut.bmp"), huge = dir.File("huge.bmp");
-  WriteBytes(gray, MakeBmp({.width = 8, .height = 8, .bitCount = 8}));
-  WriteBytes(cut, MakeBmp({.width = 8, .height = 400, .rows = 300}));
-  CWnd wnd;
-  ASSERT_TRUE(wnd.CreateMessageWindow());
+TEST_F(BackgroundLoadingTest, RefusedFilesStartNoThreadAndLateFailuresEndTheLoad) {
+  const std::string jpeg = SamplePath("coffee.jpg"),
+                    gray = WriteFile(dir, "gray.bmp",
+                                     MakeBmp({.width = 8, .height = 8, .bitCount = 8})),
+                    cut = WriteFile(dir, "cut.bmp",
+                                    MakeBmp({.width = 8, .height = 400, .rows = 300}));
   CPicture p;
   ASSERT_TRUE(p.CreatePicture(3, 3, 1));
   for (const auto& [path, tail] : {std::pair(jpeg, " is not a bitmap format!"),
@@ -147,8 +127,9 @@ TEST(BackgroundLoadingTest, RefusedFilesStartNoThreadAndLateFailuresEndTheLoad) 
   EXPECT_EQ(wnd.GetPostedMessageCount(), 0);
 
   // A picture beyond the memory rule: the worker reports it and posts nothing.
-  WriteBytes(huge, MakeBmp({.width = 30000, .height = 100000, .rows = 0}));
-  std::filesystem::resize_file(huge, 54 + 90000ull * 100000);
+  const std::string huge =
+      WriteFile(dir, "huge.bmp", MakeBmp({.width = 30000, .height = 100000, .rows = 0}),
+                54 + 90000ull * 100000);
   ErrorRecorder errors;
   ASSERT_TRUE(p.LoadPictureInBackground(huge.c_str(), CSize(0, 0), &wnd, kMsg));
   ASSERT_TRUE(vardell::WaitForWorkerThreads());
@@ -161,10 +142,9 @@ TEST(BackgroundLoadingTest, RefusedFilesStartNoThreadAndLateFailuresEndTheLoad) 
   errors.Clear();
   const std::string path = MakeLongFile(dir);
   ASSERT_TRUE(p.LoadPictureInBackground(path.c_str(), kLong, &wnd, kMsg));
-  MSG m;
-  ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000));
+  Started();
   std::filesystem::resize_file(path, 54);
-  EXPECT_EQ(ReadUntilEnd(wnd).back(), Posted(kMsg, 2, 0));
+  EXPECT_EQ(ReadUntilEnd(wnd).back(), kCancelled);
   p.CancelLoading();
   EXPECT_EQ(errors.Single(), path + "'s length is incorrect.!");
 }

@@ -1,15 +1,10 @@
 // CPicture rotated drawing against a slow per-pixel reference of the same fixed-point walk, its
 // figures (the 0.05-degree shortcut, Rotate, Mirror, the division by 256) and bad input.
-#include "picture/picture.h"
+#include "picture_fixtures.h"
 
 #include "hostutil/geometry_utils.h"
 #include "hostutil/rotate_region.h"
-#include "mask/mask.h"
-#include "support/test_support.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -18,38 +13,21 @@
 
 namespace {
 
+using namespace vardell::test;
 using vardell::ByteTables;
-using vardell::test::Rng;
 
-void Fill(CPicture& p, int w, int h, Rng& rng) {
-  ASSERT_TRUE(p.CreatePicture(w, h, 0));
-  for (int i = 0; i < p.GetDataSize(); ++i) p.GetBuffer()[i] = rng.Byte();
-}
-void Fill(CMask& m, int w, int h, Rng& rng) {
-  ASSERT_TRUE(m.CreateMask(w, h, 0));
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) *m.GetPixel(x, y) = rng.Byte();
-}
-std::vector<BYTE> Bytes(const CPicture& p) {
-  return std::vector<BYTE>(p.GetBuffer(), p.GetBuffer() + p.GetDataSize());
-}
-
-struct Masks {
+// One mask of a masked draw: the mask, the rectangle of it that covers the picture, inverted.
+struct Layer {
   CMask* mask = nullptr;
   CRect rect;
   int invert = 0;
-  CMask* mask2 = nullptr;
-  CRect rect2;
-  int invert2 = 0;
-  BYTE level = 255;
-  int add = 0;
 };
 
 // The rotated draw pixel by pixel: position k of a run is ((f + k * d) >> 12) computed afresh,
 // clamped to the source for the plain draw, skipped (without moving the target) for the masked
-// ones. Answers the number of skipped pixels.
+// ones (no masks: the plain draw). Answers the number of skipped pixels.
 int Reference(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, double a,
-              const Masks* m) {
+              std::vector<Layer> masks = {}, BYTE level = 255, int add = 0) {
   const ByteTables& t = ByteTables::Get();
   const CRect pict = src.GetPictureRect();
   CRect placed = pict;
@@ -61,7 +39,6 @@ int Reference(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, double
   rgn->CombineRgn(rgn.get(), &box, RGN_AND);
   std::vector<char> data(static_cast<std::size_t>(rgn->GetRegionData(nullptr, 0)));
   rgn->GetRegionData(reinterpret_cast<RGNDATA*>(data.data()), static_cast<int>(data.size()));
-  const auto* header = reinterpret_cast<const RGNDATAHEADER*>(data.data());
   const double th = -a * 3.14 / 180, c = std::cos(th), s = std::sin(th);
   const auto toSource = [&](CPoint p) {
     p = RotatePoint(p, centre, c, s);
@@ -77,7 +54,7 @@ int Reference(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, double
     return static_cast<int>(std::clamp<long long>((f + k * d) >> 12, lo, hi - 1));
   };
   int skipped = 0;
-  for (DWORD i = 0; i < header->nCount; ++i) {
+  for (DWORD i = 0; i < reinterpret_cast<const RGNDATAHEADER*>(data.data())->nCount; ++i) {
     RECT r;
     std::memcpy(&r, data.data() + 32 + 16 * i, 16);
     for (int y = r.top; y < r.bottom; ++y) {
@@ -87,7 +64,7 @@ int Reference(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, double
         const long long fx = st.x * 4096LL + k * (p1.x - p0.x),
                         fy = st.y * 4096LL + k * (p1.y - p0.y);
         BYTE* d = dst.GetPixel(out, y);
-        if (!m) {
+        if (masks.empty()) {
           std::memcpy(d, src.GetPixel(at(fx, 0, 0, 0, src.Width()), at(fy, 0, 0, 0, src.Height())),
                       3);
           ++out;
@@ -98,18 +75,18 @@ int Reference(CPicture& src, CPicture& dst, CRect dstRect, CRect srcRect, double
           ++skipped;
           continue;
         }
-        const auto maskValue = [&](CMask* mask, const CRect& mr, int inv) {
+        int mv = 255;
+        for (const Layer& m : masks) {
+          const CRect& mr = m.rect;
           const CPoint q = toMask(st, mr), q0 = toMask(p0, mr), q1 = toMask(p1, mr);
-          const BYTE v = *mask->GetPixel(at(q.x * 4096LL, q1.x - q0.x, k, mr.left, mr.right),
-                                         at(q.y * 4096LL, q1.y - q0.y, k, mr.top, mr.bottom));
-          return inv ? t.inv[v] : v;
-        };
-        int mv = maskValue(m->mask, m->rect, m->invert);
-        if (m->mask2) mv = t.mul[mv][maskValue(m->mask2, m->rect2, m->invert2)];
-        const int aw = t.mul[m->level][mv];
+          const BYTE v = *m.mask->GetPixel(at(q.x * 4096LL, q1.x - q0.x, k, mr.left, mr.right),
+                                           at(q.y * 4096LL, q1.y - q0.y, k, mr.top, mr.bottom));
+          mv = t.mul[mv][m.invert ? t.inv[v] : v];
+        }
+        const int aw = t.mul[level][mv];
         const BYTE* sp = src.GetPixel(static_cast<int>(fx >> 12), static_cast<int>(fy >> 12));
         for (int ch = 0; ch < 3; ++ch) {
-          const int v = m->add ? t.Clamp()[d[ch] + t.mul[mv][sp[ch]]] : sp[ch];
+          const int v = add ? t.Clamp()[d[ch] + t.mul[mv][sp[ch]]] : sp[ch];
           d[ch] = static_cast<BYTE>((d[ch] * (255 - aw) + v * aw) >> 8);
         }
         ++out;
@@ -135,32 +112,28 @@ TEST(Rotation, WalkMatchesTheReference) {
     const CRect dstRect(x, y, x + rng.Range(1, 40), y + rng.Range(1, 40));
     const CRect srcRect(0, 0, rng.Range(1, src.Width()), rng.Range(1, src.Height()));
     dst.Duplicate(expected);
-    Masks m;
-    m.mask = &mask;
-    m.rect = CRect(0, 0, rng.Range(1, mask.Width()), mask.Height());
-    m.invert = rng.Range(0, 1);
-    m.level = static_cast<BYTE>(rng.Range(0, 255));
-    m.add = rng.Range(0, 1);
-    const int form = static_cast<int>(seed % 4);
+    const Layer one{&mask, CRect(0, 0, rng.Range(1, mask.Width()), mask.Height()), rng.Range(0, 1)};
+    const BYTE level = static_cast<BYTE>(rng.Range(0, 255));
+    const int add = rng.Range(0, 1), form = static_cast<int>(seed % 4);
+    const Layer two{&mask2,
+                    CRect(0, rng.Range(0, mask2.Height() - 1), mask2.Width(), mask2.Height()),
+                    rng.Range(0, 1)};
     int result = 0;
     if (form == 0) {
       result = src.DrawRotate(dst, dstRect, angle, srcRect, 0.5);
-      Reference(src, expected, dstRect, srcRect, angle - 0.5, nullptr);
-    } else if (form == 1) {
-      result = src.DrawRotate(dst, dstRect, angle, srcRect, 0.0, mask, m.rect, m.level, m.add,
-                              m.invert, CRect());
-      skipped += Reference(src, expected, dstRect, srcRect, angle, &m);
-    } else if (form == 2) {
-      result = src.DrawRotate(dst, dstRect, angle, mask, m.rect, srcRect, 0.0, m.level, m.add,
-                              m.invert, CRect());
-      skipped += Reference(src, expected, dstRect, srcRect, angle, &m);
+      Reference(src, expected, dstRect, srcRect, angle - 0.5);
     } else {
-      m.mask2 = &mask2;
-      m.rect2 = CRect(0, rng.Range(0, mask2.Height() - 1), mask2.Width(), mask2.Height());
-      m.invert2 = rng.Range(0, 1);
-      result = src.DrawRotate(dst, dstRect, angle, mask, m.rect, srcRect, 0.0, mask2, m.rect2,
-                              m.level, m.add, m.invert, m.invert2, CRect());
-      skipped += Reference(src, expected, dstRect, srcRect, angle, &m);
+      if (form == 1)
+        result = src.DrawRotate(dst, dstRect, angle, srcRect, 0.0, mask, one.rect, level, add,
+                                one.invert, CRect());
+      else if (form == 2)
+        result = src.DrawRotate(dst, dstRect, angle, mask, one.rect, srcRect, 0.0, level, add,
+                                one.invert, CRect());
+      else
+        result = src.DrawRotate(dst, dstRect, angle, mask, one.rect, srcRect, 0.0, mask2, two.rect,
+                                level, add, one.invert, two.invert, CRect());
+      skipped += Reference(src, expected, dstRect, srcRect, angle,
+                           form == 3 ? std::vector{one, two} : std::vector{one}, level, add);
     }
     ASSERT_EQ(result, 1) << "seed " << seed;
     ASSERT_EQ(Bytes(dst), Bytes(expected)) << "seed " << seed << " form " << form;
@@ -224,15 +197,13 @@ TEST(Rotation, RotateAndMirror) {
   copy.Duplicate(pic);
   EXPECT_EQ(pic.Rotate(45, RGB(0, 255, 0)), 1);
   EXPECT_GT(pic.Width(), 40);
-  EXPECT_EQ(std::vector<BYTE>(pic.GetPixel(0, 0), pic.GetPixel(0, 0) + 3),
-            (std::vector<BYTE>{0, 255, 0}));
+  EXPECT_EQ(PixelOf(pic, 0, 0), (std::vector<BYTE>{0, 255, 0}));
 
   Rng rng(8);
   Fill(pic, 7, 3, rng);
   pic.Duplicate(copy);
   EXPECT_EQ(pic.Mirror(), 1);
-  EXPECT_EQ(std::vector<BYTE>(pic.GetPixel(0, 1), pic.GetPixel(0, 1) + 3),
-            std::vector<BYTE>(copy.GetPixel(6, 1), copy.GetPixel(6, 1) + 3));
+  EXPECT_EQ(PixelOf(pic, 0, 1), PixelOf(copy, 6, 1));
   EXPECT_EQ(pic.Mirror(), 1);
   EXPECT_EQ(Bytes(pic), Bytes(copy));
   CPicture empty;
