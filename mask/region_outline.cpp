@@ -172,33 +172,46 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
   }
   const int width = mask.Width(), height = mask.Height();
 
-  // Rectangles: a row with the same runs as the row directly above extends that row's
-  // rectangles one row down.
+  // Rectangles: rows with the same runs as the row directly above extend that row's rectangles
+  // down. The rows are read in memory order (bottom up: the mask is a bottom-up DIB), since
+  // walking a buffer backwards row by row leaves the processor's prefetching behind. A maximal
+  // block of identical neighbouring rows is the same whichever way it is walked, so each block
+  // keeps its runs once and the rectangles follow from the blocks taken in the other order.
+  struct RowBlock {
+    int top, bottom;
+    std::size_t first, count;  // its runs in `keys`
+  };
   std::vector<CRect> rects;
   try {
-    const std::size_t capacity = static_cast<std::size_t>(width + 1) / 2;
-    std::vector<DWORD> prev(capacity), cur(capacity);
+    const std::size_t rowRuns = static_cast<std::size_t>(width + 1) / 2;
+    std::vector<DWORD> keys;
+    std::vector<RowBlock> blocks;
+    std::size_t used = 0;
     const bool sse2 = vardell::simd::UseSse2();
-    int prevRow = -2;
-    std::size_t prevCount = 0;
-    for (int y = 0; y < height; ++y) {
+    for (int y = height - 1; y >= 0; --y) {
+      if (keys.size() - used < rowRuns) keys.resize(std::max(keys.size() * 2, used + rowRuns));
       BYTE* line = mask.GetLineBuffer(y);
+      DWORD* out = keys.data() + used;
       const std::size_t count =
-          sse2 ? MarkRegionRunsSse2(line, static_cast<std::size_t>(width), cur.data())
-               : MarkRegionRunsScalar(line, static_cast<std::size_t>(width), cur.data());
+          sse2 ? MarkRegionRunsSse2(line, static_cast<std::size_t>(width), out)
+               : MarkRegionRunsScalar(line, static_cast<std::size_t>(width), out);
       if (count == 0) continue;
-      if (prevRow == y - 1 && count == prevCount &&
-          std::memcmp(cur.data(), prev.data(), count * sizeof(DWORD)) == 0) {
-        for (std::size_t k = rects.size() - count; k < rects.size(); ++k) ++rects[k].bottom;
-      } else {
-        for (std::size_t i = 0; i < count; ++i)
-          rects.emplace_back(static_cast<int>(cur[i] >> 16), y, static_cast<int>(cur[i] & 0xFFFF),
-                             y + 1);
-        std::swap(prev, cur);
-        prevCount = count;
+      if (!blocks.empty()) {
+        RowBlock& below = blocks.back();
+        if (below.top == y + 1 && below.count == count &&
+            std::memcmp(out, keys.data() + below.first, count * sizeof(DWORD)) == 0) {
+          below.top = y;
+          continue;
+        }
       }
-      prevRow = y;
+      blocks.push_back({y, y + 1, used, count});
+      used += count;
     }
+    rects.reserve(used);
+    for (auto b = blocks.rbegin(); b != blocks.rend(); ++b)
+      for (std::size_t i = b->first; i < b->first + b->count; ++i)
+        rects.emplace_back(static_cast<int>(keys[i] >> 16), b->top,
+                           static_cast<int>(keys[i] & 0xFFFF), b->bottom);
   } catch (const std::bad_alloc&) {
     ThrowErrorMessage(kNoRectMemory);
     return FALSE;
