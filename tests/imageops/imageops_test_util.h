@@ -29,15 +29,22 @@ inline BYTE At(const std::vector<BYTE>& s, const CPicture& p, int x, int y, int 
   return s[static_cast<std::size_t>(p.Height() - 1 - y) * p.GetDataWidth() + 3 * x + c];
 }
 
-// Whether only channel bytes changed between two snapshots of p.
-inline bool OnlyChannelsChanged(const std::vector<BYTE>& before, const std::vector<BYTE>& after,
-                                const CPicture& p) {
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    const bool channel = i / p.GetDataWidth() < static_cast<std::size_t>(p.Height()) &&
-                         i % p.GetDataWidth() < 3 * static_cast<std::size_t>(p.Width());
-    if (!channel && before[i] != after[i]) return false;
-  }
-  return true;
+// The channel bytes, blue, green, red of each pixel, top row first.
+inline std::vector<int> Channels(const CPicture& p) {
+  std::vector<int> px;
+  for (int y = 0; y < p.Height(); ++y)
+    px.insert(px.end(), p.GetLineBuffer(y), p.GetLineBuffer(y) + 3 * p.Width());
+  return px;
+}
+
+// A snapshot of p with its channel bytes replaced by px (as Channels lists them): what p must
+// hold after an operation that computes px and leaves every other byte alone.
+inline std::vector<BYTE> WithChannels(const CPicture& p, const std::vector<int>& px) {
+  auto s = Snapshot(p);
+  for (std::size_t i = 0; i < px.size(); ++i)
+    s[(p.Height() - 1 - i / (3 * p.Width())) * p.GetDataWidth() + i % (3 * p.Width())] =
+        static_cast<BYTE>(px[i]);
+  return s;
 }
 
 struct SlowHwv {
