@@ -14,36 +14,30 @@ std::size_t ScanStart(const std::vector<std::uint8_t>& f) {
   return 0;
 }
 
-TEST(ReadBitmap, RefusesBadRatiosAndSizes) {
-  const std::string path = SamplePath("coffee.jpg");
-  int w = -7, h = -7;
-  for (auto [num, den] :
-       {std::pair{0, 1}, {1, 0}, {-1, 2}, {1, -2}, {1, 401}, {1 << 30, 1}, {40000, 1}}) {
-    EXPECT_EQ(ReadBitmap(path.c_str(), &w, &h, num, den), nullptr) << num << "/" << den;
-  }
-  EXPECT_EQ(w, -7);
-  EXPECT_EQ(h, -7);
-  BYTE* one_row = ReadBitmap(path.c_str(), &w, &h, 1, 400);  // 1 x 1
-  ASSERT_NE(one_row, nullptr);
-  EXPECT_EQ(CSize(w, h), CSize(1, 1));
-  delete[] one_row;
-}
-
-TEST(ReadBitmap, BadFilesFailCleanly) {
+TEST(ReadBitmap, BadRatiosAndFilesFailCleanly) {
   TempDir dir;
   ErrorRecorder errors;
+  const std::string coffee = SamplePath("coffee.jpg");
+  int w = -7, h = -7, error = 0;
+  for (auto [num, den] :
+       {std::pair{0, 1}, {1, 0}, {-1, 2}, {1, -2}, {1, 401}, {1 << 30, 1}, {40000, 1}})
+    EXPECT_EQ(ReadBitmap(coffee.c_str(), &w, &h, num, den), nullptr) << num << "/" << den;
+  EXPECT_EQ(CSize(w, h), CSize(-7, -7));
+  BYTE* one_pixel = ReadBitmap(coffee.c_str(), &w, &h, 1, 400);
+  ASSERT_NE(one_pixel, nullptr);
+  EXPECT_EQ(CSize(w, h), CSize(1, 1));
+  delete[] one_pixel;
+
   WriteBytes(dir.File("empty.jpg"), {});
-  const std::vector<std::string> bad = {dir.File("empty.jpg"), dir.path().string(),
-                                        dir.File("missing.jpg"), SamplePath("chelsea.bmp")};
-  const int expected_error[] = {kJpegNotJpeg, kJpegCannotOpen, kJpegCannotOpen, kJpegNotJpeg};
-  for (std::size_t i = 0; i < bad.size(); ++i) {
-    int error = 0, w = 0, h = 0;
-    EXPECT_EQ(GetBitmapSize(bad[i].c_str(), &error), CSize()) << bad[i];
-    EXPECT_EQ(error, expected_error[i]) << bad[i];
-    EXPECT_EQ(ReadBitmap(bad[i].c_str(), &w, &h, 1, 1), nullptr) << bad[i];
-    EXPECT_EQ(ReadBitmap(bad[i].c_str(), &w, &h, 1, 2, TRUE), nullptr) << bad[i];
+  for (const auto& [path, code] : {std::pair{dir.File("empty.jpg"), kJpegNotJpeg},
+                                   {dir.path().string(), kJpegCannotOpen},
+                                   {dir.File("missing.jpg"), kJpegCannotOpen},
+                                   {SamplePath("chelsea.bmp"), kJpegNotJpeg}}) {
+    EXPECT_EQ(GetBitmapSize(path.c_str(), &error), CSize()) << path;
+    EXPECT_EQ(error, code) << path;
+    EXPECT_EQ(ReadBitmap(path.c_str(), &w, &h, 1, 1), nullptr) << path;
+    EXPECT_EQ(ReadBitmap(path.c_str(), &w, &h, 1, 2, TRUE), nullptr) << path;
   }
-  int error = 0;
   EXPECT_EQ(GetBitmapSize(nullptr, &error), CSize());
   EXPECT_EQ(error, kJpegCannotOpen);
   EXPECT_EQ(ReadBitmap(nullptr, nullptr, nullptr, 1, 1), nullptr);
@@ -89,7 +83,7 @@ TEST(ReadBitmap, CorruptionCorpusFailsCleanly) {
   }
   const std::pair<int, int> ratios[] = {{1, 1}, {1, 8}, {3, 8}, {2, 3}, {5, 2}};
   Rng rng(20240611);
-  int ok = 0, failed = 0;
+  int ok = 0;
   for (int round = 0; round < 400; ++round) {
     std::vector<std::uint8_t> f = seeds[rng.Range(0, 3)];
     for (int k = rng.Range(1, 4); k > 0; --k) f[rng.Range(2, int(f.size()) - 1)] = rng.Byte();
@@ -110,14 +104,12 @@ TEST(ReadBitmap, CorruptionCorpusFailsCleanly) {
       EXPECT_EQ(CSize(w, h), CSize(size.cx * num / den, size.cy * num / den));
       const std::size_t bytes = std::size_t((w * (want_gray ? 8 : 24) + 31) / 32 * 4) * (h + 1);
       EXPECT_EQ(std::memcmp(bits, mem, bytes + 8), 0);
-    } else {
-      ++failed;
     }
     delete[] bits;
     delete[] mem;
   }
   EXPECT_GT(ok, 20);
-  EXPECT_GT(failed, 20);
+  EXPECT_GT(400 - ok, 20);
 }
 
 }  // namespace

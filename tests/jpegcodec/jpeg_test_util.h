@@ -1,5 +1,5 @@
 // Helpers of the codec tests: DIB pixels from our decoder, from BMP files and from the system's
-// djpeg, compared row by row from the top.
+// djpeg, and the comparison of our decoding with djpeg's.
 #pragma once
 
 #include "jpegcodec/jpeg_codec.h"
@@ -11,9 +11,12 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
+
+#ifndef VARDELL_DJPEG
+#define VARDELL_DJPEG ""  // no djpeg on this machine: the comparisons with it are skipped
+#endif
 
 namespace vardell::test {
 
@@ -23,8 +26,9 @@ struct Dib {
   int bpp = 0;  // bytes a pixel
   std::size_t stride = 0;
   std::vector<std::uint8_t> bits;  // bottom-up rows
-  const std::uint8_t* Row(int y) const { return bits.data() + (height - 1 - y) * stride; }
   std::uint8_t* Row(int y) { return bits.data() + (height - 1 - y) * stride; }
+  const std::uint8_t* Row(int y) const { return bits.data() + (height - 1 - y) * stride; }
+  const std::uint8_t* At(int x, int y) const { return Row(y) + std::size_t(x) * bpp; }
 };
 
 inline Dib MakeDib(int width, int height, int bpp) {
@@ -51,11 +55,8 @@ inline Dib Ours(const std::string& path, int num, int den, BOOL gray = FALSE) {
 
 // A bottom-up 24-bit or 8-bit BMP file's pixel rows.
 inline Dib LoadBmp(const std::string& path) {
-  std::ifstream in(path, std::ios::binary | std::ios::ate);
-  std::vector<std::uint8_t> file(in ? std::size_t(in.tellg()) : 0);
-  in.seekg(0);
-  in.read(reinterpret_cast<char*>(file.data()), std::streamsize(file.size()));
-  if (!in || file.size() < 54) return {};
+  const std::vector<std::uint8_t> file = ReadBytes(path);
+  if (file.size() < 54) return {};
   BITMAPFILEHEADER fh;
   BITMAPINFOHEADER ih;
   fh.Load(file.data());
@@ -66,33 +67,44 @@ inline Dib LoadBmp(const std::string& path) {
   return d;
 }
 
-inline bool HaveDjpeg() {
-#ifdef VARDELL_DJPEG
-  return true;
-#else
-  return false;
-#endif
-}
+inline bool HaveDjpeg() { return *VARDELL_DJPEG != '\0'; }
 
 // djpeg's decoding of jpeg with the given options, as BMP rows.
 inline Dib Djpeg(const std::string& options, const std::string& jpeg, const TempDir& dir) {
-#ifdef VARDELL_DJPEG
   const std::string out = dir.File("djpeg.bmp");
   const std::string cmd = std::string("'") + VARDELL_DJPEG + "' " + options + " -bmp -outfile '" +
                           out + "' '" + jpeg + "'";
-  if (std::system(cmd.c_str()) != 0) return {};
-  return LoadBmp(out);
-#else
-  return {};
-#endif
+  return std::system(cmd.c_str()) == 0 ? LoadBmp(out) : Dib{};
 }
 
-// Number of rows (from the top) whose first width pixels differ.
-inline int DifferentRows(const Dib& a, const Dib& b, int width, int height) {
-  int bad = 0;
-  for (int y = 0; y < height; ++y)
-    bad += std::memcmp(a.Row(y), b.Row(y), std::size_t(width) * a.bpp) != 0;
-  return bad;
+// Our decoding of a full-sized file at num/den against djpeg's at the scale m/8 (grayscale for
+// gray): the same pixels where the ratio is m/8 (our sizes truncated, djpeg's rounded up),
+// nearest-neighbour samples of djpeg's otherwise.
+inline void ExpectLikeDjpeg(const std::string& path, CSize full, int num, int den, int m, BOOL gray,
+                            const TempDir& dir) {
+  SCOPED_TRACE(path + " " + std::to_string(num) + "/" + std::to_string(den) +
+               (gray ? " gray" : ""));
+  const Dib ours = Ours(path, num, den, gray);
+  const Dib ref =
+      Djpeg((gray ? "-grayscale -scale " : "-scale ") + std::to_string(m) + "/8", path, dir);
+  ASSERT_EQ(CSize(ours.width, ours.height), CSize(full.cx * num / den, full.cy * num / den));
+  ASSERT_EQ(CSize(ref.width, ref.height), CSize((full.cx * m + 7) / 8, (full.cy * m + 7) / 8));
+  ASSERT_EQ(ref.bpp, ours.bpp);
+  const bool exact = num * 8 == den * m;
+  int bad = 0;  // rows that differ
+  for (int y = 0; y < ours.height; ++y) {
+    if (exact) {
+      bad += std::memcmp(ours.Row(y), ref.Row(y), std::size_t(ours.width) * ours.bpp) != 0;
+      continue;
+    }
+    for (int x = 0, wrong = 0; x < ours.width && !wrong; ++x) {
+      wrong =
+          std::memcmp(ours.At(x, y),
+                      ref.At(x * ref.width / ours.width, y * ref.height / ours.height), ours.bpp);
+      bad += wrong != 0;
+    }
+  }
+  EXPECT_EQ(bad, 0);
 }
 
 }  // namespace vardell::test
