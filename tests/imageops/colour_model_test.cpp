@@ -2,8 +2,6 @@
 #include "imageops/reciprocal.h"
 #include "imageops_test_util.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using vardell::test::SlowRgbToHwv;

@@ -3,8 +3,6 @@
 #include "mask/mask.h"
 #include "picture/mmx_switch.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <climits>
 #include <memory>

@@ -1,7 +1,5 @@
 #include "imageops_test_util.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using vardell::test::Snapshot;

@@ -5,6 +5,8 @@
 #include "picture/picture.h"
 #include "support/test_support.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <vector>
 

@@ -1,41 +1,31 @@
 #include "hostutil/geometry_utils.h"
 #include "imageops_test_util.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
 
 namespace {
 
 using namespace vardell::test;
 
-struct Beam {
-  CPoint from, to;
-  int length, height;
-  COLORREF color;
-  int intensity, angle;
-};
-
 // The light as first defined, with acos for every pixel.
-std::vector<BYTE> ReferenceLight(const CPicture& p, const Beam& b) {
+std::vector<BYTE> ReferenceLight(const CPicture& p, CPoint from, CPoint to, int length, int height,
+                                 COLORREF color, int intensity, int angle) {
   auto s = Snapshot(p);
-  const double a = std::acos(std::sqrt(static_cast<double>(Distance2(b.from, b.to))) / b.length);
-  const double ax = b.to.x, ay = b.to.y, az = b.height, h = b.height;
-  const double fz = b.height + static_cast<int>(std::sin(a) * b.length);
-  const double ux = ax - b.from.x, uy = ay - b.from.y, uz = az - fz;
+  const double a = std::acos(std::sqrt(static_cast<double>(Distance2(from, to))) / length);
+  const double ax = to.x, ay = to.y, h = height,
+               fz = height + static_cast<int>(std::sin(a) * length);
+  const double ux = ax - from.x, uy = ay - from.y, uz = h - fz;
   const double axis = std::sqrt(ux * ux + uy * uy + uz * uz), k = h * h / std::sin(a) / std::sin(a);
-  const int amount[3] = {GetBValue(b.color) * b.intensity / 100,
-                         GetGValue(b.color) * b.intensity / 100,
-                         GetRValue(b.color) * b.intensity / 100};
   for (int y = 0; y < p.Height(); ++y)
     for (int x = 0; x < p.Width(); ++x) {
       const double r = std::sqrt(h * h + (ay - y) * (ay - y) + (ax - x) * (ax - x));
       const double cosine = (ux * (x - ax) + uy * (y - ay) + uz * (0.0 - h)) / r / axis;
-      if (!(std::acos(cosine) * 57.324840764331206 < b.angle)) continue;
+      if (!(std::acos(cosine) * 57.324840764331206 < angle)) continue;
       const double w = 1 / r;
       for (int c = 0; c < 3; ++c) {
         BYTE& byte = s[static_cast<std::size_t>(p.Height() - 1 - y) * p.GetDataWidth() + 3 * x + c];
-        const int v = byte + static_cast<int>(amount[c] * w * w * k * (b.height * w));
+        const int amount = static_cast<int>((color >> (16 - 8 * c)) & 0xFF) * intensity / 100;
+        const int v = byte + static_cast<int>(amount * w * w * k * (height * w));
         byte = static_cast<BYTE>(v > 255 ? 255 : v);
       }
     }
@@ -47,17 +37,14 @@ TEST(LightTest, MatchesTheDefinitionOnRandomBeams) {
   for (int trial = 0; trial < 60; ++trial) {
     CPicture p;
     FillRandom(p, 30, 20, 671 + trial);
-    Beam b{CPoint(rng.Range(-10, 40), rng.Range(-10, 30)),
-           CPoint(rng.Range(0, 29), rng.Range(0, 19)),
-           0,
-           rng.Range(1, 40),
-           rng.Next() & 0xFFFFFF,
-           rng.Range(0, 300),
-           rng.Range(0, 200)};
-    b.length = static_cast<int>(std::sqrt(static_cast<double>(Distance2(b.from, b.to)))) +
-               rng.Range(1, 30);
-    const auto want = ReferenceLight(p, b);
-    ASSERT_EQ(p.DrawLight(b.from, b.to, b.length, b.height, b.color, b.intensity, b.angle), 1);
+    const CPoint from(rng.Range(-10, 40), rng.Range(-10, 30)),
+        to(rng.Range(0, 29), rng.Range(0, 19));
+    const int length =
+        static_cast<int>(std::sqrt(static_cast<double>(Distance2(from, to)))) + rng.Range(1, 30);
+    const int height = rng.Range(1, 40), intensity = rng.Range(0, 300), angle = rng.Range(0, 200);
+    const COLORREF color = rng.Next() & 0xFFFFFF;
+    const auto want = ReferenceLight(p, from, to, length, height, color, intensity, angle);
+    ASSERT_EQ(p.DrawLight(from, to, length, height, color, intensity, angle), 1);
     ASSERT_EQ(Snapshot(p), want) << "trial " << trial;
   }
 }

@@ -2,8 +2,6 @@
 #include "picture/mmx_switch.h"
 #include "support/mask_imageops_fixtures.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 namespace {

@@ -13,11 +13,9 @@ TEST(MaskBuffer, EmptyThenCreatedBottomUpWithHeaderAndPalette) {
   CMask mask;
   EXPECT_TRUE(vardell::ByteTables::Built());
   EXPECT_TRUE(!mask.IsValid() && !mask.Duplicate() && !mask.Invert());
-  EXPECT_EQ(mask.GetMaskSize(), CSize(0, 0));
-  EXPECT_EQ(mask.GetMaskRect(), CRect(0, 0, 0, 0));
+  EXPECT_TRUE(mask.GetMaskSize() == CSize(0, 0) && mask.GetMaskRect() == CRect(0, 0, 0, 0));
   ASSERT_TRUE(mask.CreateMask(5, 3, 7));
-  EXPECT_EQ(mask.GetDataWidth(), 8);
-  EXPECT_EQ(mask.GetMaskRect(), CRect(0, 0, 5, 3));
+  EXPECT_TRUE(mask.GetDataWidth() == 8 && mask.GetMaskRect() == CRect(0, 0, 5, 3));
   // GetLineBuffer(0) is the last row in memory.
   EXPECT_EQ(mask.GetLineBuffer(0), mask.GetBuffer() + 2 * 8);
   EXPECT_EQ(mask.GetPixel(4, 2), mask.GetBuffer() + 4);
