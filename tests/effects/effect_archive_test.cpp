@@ -24,15 +24,20 @@ Bytes operator+(Bytes a, const Bytes& b) {
   return a;
 }
 Bytes Text(const std::string& s) { return Bytes(s.begin(), s.end()); }
-Bytes Le32(std::uint32_t v) {
-  return B({int(v & 0xFF), int(v >> 8 & 0xFF), int(v >> 16 & 0xFF), int(v >> 24)});
+Bytes Le32(std::initializer_list<std::uint32_t> values) {
+  Bytes out;
+  for (std::uint32_t v : values)
+    for (int shift = 0; shift < 32; shift += 8)
+      out.push_back(static_cast<std::uint8_t>(v >> shift));
+  return out;
 }
 Bytes NewClass(int schema, const std::string& name) {
   return B({0xFF, 0xFF, schema & 0xFF, schema >> 8, int(name.size()), 0}) + Text(name);
 }
-// enabled, needs-before, the name with its one-byte length, and no mask.
-Bytes BasePart(int enable, int needBefore, const std::string& name) {
-  return Le32(enable) + Le32(needBefore) + B({int(name.size())}) + Text(name) + Le32(0);
+// enabled, needs-before, the name with its one-byte length, and the mask's length (0: none).
+Bytes BasePart(int enable, int needBefore, const std::string& name, std::uint32_t mask = 0) {
+  return Le32({std::uint32_t(enable), std::uint32_t(needBefore)}) + B({int(name.size())}) +
+         Text(name) + Le32({mask});
 }
 
 int g_live = 0;
@@ -67,6 +72,11 @@ class EffectArchive : public ::testing::Test {
     WriteBytes(path, bytes);
     return std::unique_ptr<CEffectObj>(LoadEffect(path.c_str()));
   }
+  // The loaded effect stored again (every field it read shows), or nothing when it did not load.
+  Bytes Restored(const Bytes& bytes) {
+    auto effect = Load(bytes);
+    return effect ? Store(*effect) : Bytes();
+  }
   static std::unique_ptr<CEffectObj> LoadFromMemory(const Bytes& bytes) {
     CMemFile file(bytes);
     return std::unique_ptr<CEffectObj>(LoadEffect(file));
@@ -99,40 +109,26 @@ class EffectArchive : public ::testing::Test {
   TempDir m_docs;
 };
 
-TEST_F(EffectArchive, OneEffectByHand) {
+TEST_F(EffectArchive, LayoutsByHand) {
   CSoften soften;
   soften.m_wRadius = 3;
-  const Bytes expected =
-      NewClass(1, "CSoften") + BasePart(1, 0, effect_names::kSoften) + B({0x03, 0x00});
-  EXPECT_EQ(Store(soften), expected);
-  auto loaded = Load(expected);
-  ASSERT_NE(loaded, nullptr);
-  ASSERT_TRUE(loaded->IsKindOf(RUNTIME_CLASS(CSoften)));
-  EXPECT_EQ(static_cast<CSoften&>(*loaded).m_wRadius, 3);
-  EXPECT_EQ(loaded->m_strName, "\xC8\xE1\xBB\xAF");
-  EXPECT_FALSE(loaded->m_Mask.IsValid());
-}
+  const Bytes one = NewClass(1, "CSoften") + BasePart(1, 0, effect_names::kSoften) + B({3, 0});
+  EXPECT_EQ(Store(soften), one);
+  EXPECT_EQ(Restored(one), one);
+  EXPECT_EQ(Load(one)->m_strName, "\xC8\xE1\xBB\xAF");
 
-TEST_F(EffectArchive, MultiEffectsWithTwoChildrenByHand) {
   CMultiEffects list;
-  auto* adjust = new CColorAdjust;
-  adjust->m_nHue = 1;
-  adjust->m_nSaturation = 2;
-  adjust->m_nBrightness = 3;
-  adjust->m_nContrast = 4;
-  adjust->m_nRed = 5;
-  adjust->m_nBlue = 6;
-  adjust->m_nGreen = -7;
-  adjust->m_bNeedBefore = 1;
-  list.AddEffect(adjust);
+  list.AddEffect(NewAdjust(1, 2, 3, 4, 5, 6, -7));
+  list.GetEffect(0)->m_bNeedBefore = 1;
   list.AddEffect(new CMirror);
   // The list is class 1 and object 2; its children's classes and objects follow: 3, 4, 5, 6.
-  const Bytes expected =
-      NewClass(1, "CMultiEffects") + BasePart(1, 0, effect_names::kMultiEffects) + B({2, 0}) +
-      NewClass(1, "CColorAdjust") + BasePart(1, 1, effect_names::kColorAdjust) + Le32(1) + Le32(2) +
-      Le32(3) + Le32(4) + Le32(5) + Le32(6) + Le32(0xFFFFFFF9) + NewClass(1, "CMirror") +
-      BasePart(1, 0, effect_names::kMirror) + B({1});
-  EXPECT_EQ(Store(list), expected);
+  const Bytes two = NewClass(1, "CMultiEffects") + BasePart(1, 0, effect_names::kMultiEffects) +
+                    B({2, 0}) + NewClass(1, "CColorAdjust") +
+                    BasePart(1, 1, effect_names::kColorAdjust) +
+                    Le32({1, 2, 3, 4, 5, 6, 0xFFFFFFF9}) + NewClass(1, "CMirror") +
+                    BasePart(1, 0, effect_names::kMirror) + B({1});
+  EXPECT_EQ(Store(list), two);
+  EXPECT_EQ(Restored(two), two);
 
   // A class met a second time is its index: two grays give FF FF ... "CGray", then 03 80.
   CMultiEffects grays;
@@ -143,81 +139,47 @@ TEST_F(EffectArchive, MultiEffectsWithTwoChildrenByHand) {
   EXPECT_EQ(Store(grays), NewClass(1, "CMultiEffects") +
                               BasePart(0, 0, effect_names::kMultiEffects) + B({2, 0}) +
                               NewClass(1, "CGray") + gray + B({0x03, 0x80}) + gray);
-
-  auto loaded = Load(expected);
-  ASSERT_NE(loaded, nullptr);
-  auto& back = static_cast<CMultiEffects&>(*loaded);
-  ASSERT_EQ(back.GetCount(), 2);
-  ASSERT_TRUE(back.GetEffect(0)->IsKindOf(RUNTIME_CLASS(CColorAdjust)));
-  EXPECT_EQ(static_cast<CColorAdjust*>(back.GetEffect(0))->m_nGreen, -7);
-  EXPECT_EQ(back.GetEffect(0)->m_bNeedBefore, 1);
-  EXPECT_TRUE(back.GetEffect(1)->IsKindOf(RUNTIME_CLASS(CMirror)));
 }
 
 TEST_F(EffectArchive, MaskTravelsAsABitmapFile) {
   CGray gray;
   CMask mask;
   mask.CreateMask(3, 2, 0);
-  const BYTE values[2][3] = {{1, 2, 3}, {4, 5, 6}};
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 3; ++x) *mask.GetPixel(x, y) = values[y][x];
+  for (int i = 0; i < 6; ++i) *mask.GetPixel(i % 3, i / 3) = static_cast<BYTE>(i + 1);
   gray.SetMask(mask);
-
   // File header (size 1078 + 8, pixels at 1078), info header (biSizeImage one stride), the grey
   // palette, then the rows bottom-up with their padding.
-  Bytes file = B({'B', 'M'}) + Le32(1086) + Le32(0) + Le32(1078) + Le32(40) + Le32(3) + Le32(2) +
-               B({1, 0, 8, 0}) + Le32(0) + Le32(4) + Le32(0) + Le32(0) + Le32(0) + Le32(0);
+  Bytes file =
+      B({'B', 'M'}) + Le32({1086, 0, 1078, 40, 3, 2}) + B({1, 0, 8, 0}) + Le32({0, 4, 0, 0, 0, 0});
   for (int i = 0; i < 256; ++i) file = file + B({i, i, i, 0});
-  file = file + B({4, 5, 6, 0, 1, 2, 3, 0});
-  const std::string name = effect_names::kGray;
-  const Bytes expected = NewClass(1, "CGray") + Le32(1) + Le32(0) + B({int(name.size())}) +
-                         Text(name) + Le32(1086) + file;
+  const Bytes expected = NewClass(1, "CGray") + BasePart(1, 0, effect_names::kGray, 1086) + file +
+                         B({4, 5, 6, 0, 1, 2, 3, 0});
   EXPECT_EQ(Store(gray), expected);
-  EXPECT_TRUE(m_work.Empty());
-
-  auto loaded = Load(expected);
-  ASSERT_NE(loaded, nullptr);
-  ASSERT_EQ(loaded->m_Mask.GetMaskSize(), CSize(3, 2));
-  for (int y = 0; y < 2; ++y)
-    for (int x = 0; x < 3; ++x) EXPECT_EQ(*loaded->m_Mask.GetPixel(x, y), values[y][x]);
+  EXPECT_EQ(Restored(expected), expected);
   EXPECT_TRUE(m_work.Empty());
 }
 
 // One effect of each class with every parameter away from its default.
 std::vector<std::unique_ptr<CEffectObj>> EveryClass() {
   std::vector<std::unique_ptr<CEffectObj>> all;
-  auto adjust = std::make_unique<CColorAdjust>();
-  adjust->m_nHue = -30;
-  adjust->m_nSaturation = 11;
-  adjust->m_nBrightness = 12;
-  adjust->m_nContrast = 13;
-  adjust->m_nRed = 14;
-  adjust->m_nBlue = 15;
-  adjust->m_nGreen = 16;
-  all.push_back(std::move(adjust));
-  auto mirror = std::make_unique<CMirror>();
-  mirror->m_byMirror = 0xA5;
-  all.push_back(std::move(mirror));
-  auto soften = std::make_unique<CSoften>();
-  soften->m_wRadius = 0x1234;
-  all.push_back(std::move(soften));
-  auto sharpen = std::make_unique<CSharpen>();
-  sharpen->m_nStrength = 7;
-  all.push_back(std::move(sharpen));
-  all.push_back(std::make_unique<CGray>());
-  auto light = std::make_unique<CLight>();
-  light->SetLightParams(CPoint(-1, 2), CPoint(3, 4), 5, 6, RGB(7, 8, 9), 10, 11);
-  light->m_PaperSize = CSize(640, 480);
-  all.push_back(std::move(light));
-  auto balance = std::make_unique<CGrayBalance>();
-  for (int c = 0; c < 4; ++c) balance->SetCurve(c, c + 1, 200 + c, 0.25 * (c + 1), c + 5, 250 - c);
-  all.push_back(std::move(balance));
-  auto list = std::make_unique<CMultiEffects>();
-  list->AddEffect(new CGray);
-  list->AddEffect(nullptr);
-  list->AddEffect(new CCountedEffect);
-  all.push_back(std::move(list));
-  all.push_back(std::make_unique<CEffectObj>());
+  all.emplace_back(NewAdjust(-30, 11, 12, 13, 14, 15, 16));
+  all.emplace_back(New<CMirror>([](CMirror& e) { e.m_byMirror = 0xA5; }));
+  all.emplace_back(New<CSoften>([](CSoften& e) { e.m_wRadius = 0x1234; }));
+  all.emplace_back(New<CSharpen>([](CSharpen& e) { e.m_nStrength = 7; }));
+  all.emplace_back(new CGray);
+  all.emplace_back(New<CLight>([](CLight& e) {
+    e.SetLightParams(CPoint(-1, 2), CPoint(3, 4), 5, 6, RGB(7, 8, 9), 10, 11);
+    e.m_PaperSize = CSize(640, 480);
+  }));
+  all.emplace_back(New<CGrayBalance>([](CGrayBalance& e) {
+    for (int c = 0; c < 4; ++c) e.SetCurve(c, c + 1, 200 + c, 0.25 * (c + 1), c + 5, 250 - c);
+  }));
+  all.emplace_back(New<CMultiEffects>([](CMultiEffects& e) {
+    e.AddEffect(new CGray);
+    e.AddEffect(nullptr);
+    e.AddEffect(new CCountedEffect);
+  }));
+  all.emplace_back(new CEffectObj);
   for (auto& effect : all) {
     effect->m_bEnable = 0;
     effect->m_bNeedBefore = 1;
@@ -241,15 +203,7 @@ TEST_F(EffectArchive, EveryClassRoundTripsWithAndWithoutAMask) {
       auto loaded = Load(stored);
       ASSERT_NE(loaded, nullptr);
       EXPECT_EQ(loaded->GetRuntimeClass(), effect->GetRuntimeClass());
-      EXPECT_EQ(loaded->m_strName, effect->m_strName);
-      EXPECT_EQ(loaded->m_bEnable, 0);
-      EXPECT_EQ(loaded->m_bNeedBefore, 1);
       ASSERT_EQ(loaded->m_Mask.IsValid(), masked);
-      if (masked) {
-        const int bytes = mask.GetDataWidth() * 120;
-        EXPECT_TRUE(
-            std::equal(mask.GetBuffer(), mask.GetBuffer() + bytes, loaded->m_Mask.GetBuffer()));
-      }
       // Every parameter came back: storing again gives the same bytes.
       EXPECT_EQ(Store(*loaded), stored);
     }
@@ -270,7 +224,7 @@ TEST_F(EffectArchive, WrongClassesAndReferencesAreRefused) {
                 CArchiveException::badClass);
   ExpectRefused(listHead + B({1, 0, 0x02, 0x00}), CArchiveException::badIndex);
   ExpectRefused(
-      listHead + B({2, 0}) + NewClass(1, "CCountedEffect") + gray + Le32(9) + B({0x04, 0x00}),
+      listHead + B({2, 0}) + NewClass(1, "CCountedEffect") + gray + Le32({9}) + B({0x04, 0x00}),
       CArchiveException::badIndex);
   // A count larger than the data.
   ExpectRefused(listHead + B({0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}), CArchiveException::endOfFile);
@@ -313,17 +267,14 @@ TEST_F(EffectArchive, EveryCutAndBadMaskFailsCleanly) {
   Bytes whole;
   {
     CMultiEffects list;
-    auto* adjust = new CColorAdjust;
-    adjust->m_nBrightness = 9;
+    list.AddEffect(NewAdjust(0, 0, 9, 0, 0, 0, 0));
     CMask mask;
     MakeHalfMask(mask, 20, 10);
-    adjust->SetMask(mask);
-    list.AddEffect(adjust);
+    list.GetEffect(0)->SetMask(mask);
     list.AddEffect(new CCountedEffect);
     list.AddEffect(new CLight);
     whole = Store(list);
   }
-  ASSERT_GT(whole.size(), 1078u + 200u);
   // Every cut, except that inside the mask's bitmap file (one code path for all of its bytes)
   // only its ends and every 53rd byte are taken.
   const std::size_t maskAt = std::search(whole.begin(), whole.end(), kBm, kBm + 2) - whole.begin();
@@ -343,9 +294,11 @@ TEST_F(EffectArchive, EveryCutAndBadMaskFailsCleanly) {
   EXPECT_EQ(g_live, 0);
 
   // A mask that is no bitmap file, and one longer than the document.
-  const Bytes head = NewClass(1, "CGray") + Le32(1) + Le32(0) + B({1, 'g'});
-  ExpectRefused(head + Le32(10) + Text("0123456789"), CArchiveException::genericException);
-  ExpectRefused(head + Le32(0xFFFFFFF0) + Text("BM..."), CArchiveException::endOfFile);
+  const Bytes head = NewClass(1, "CGray");
+  ExpectRefused(head + BasePart(1, 0, "g", 10) + Text("0123456789"),
+                CArchiveException::genericException);
+  ExpectRefused(head + BasePart(1, 0, "g", 0xFFFFFFF0) + Text("BM..."),
+                CArchiveException::endOfFile);
 }
 
 }  // namespace

@@ -46,6 +46,11 @@ TEST(EffectObject, ProtocolOfOneRun) {
   EXPECT_EQ(base.Wait(), 1);  // never ran: answers at once
 
   CGatedEffect effect;
+  effect.m_bEnable = 0;  // disabled: answers 1 and starts nothing
+  EXPECT_EQ(effect.Execute(), 1);
+  EXPECT_EQ(effect.m_bRunning.load(), 0);
+  EXPECT_EQ(effect.Wait(), 1);
+  effect.m_bEnable = 1;
   ASSERT_EQ(effect.Execute(), 1);
   effect.m_started.Lock();
   EXPECT_EQ(effect.m_bRunning.load(), 1);
@@ -73,24 +78,6 @@ TEST(EffectObject, ProtocolOfOneRun) {
   EXPECT_EQ(effect.m_bRunning.load(), 0);
 }
 
-TEST(EffectObject, DisabledEffectStartsNothing) {
-  CGatedEffect gated;
-  gated.m_bEnable = 0;
-  EXPECT_EQ(gated.Execute(), 1);
-  EXPECT_EQ(gated.m_bRunning.load(), 0);
-  EXPECT_EQ(gated.Wait(), 1);
-  EXPECT_EQ(gated.m_runs.load(), 0);
-
-  CPicture picture;
-  FillRandom(picture, 17, 9, 1);
-  const auto before = Pixels(picture);
-  CColorAdjust adjust;
-  adjust.m_nBrightness = 50;
-  adjust.m_bEnable = 0;
-  RunEffect(adjust, picture);
-  EXPECT_EQ(Pixels(picture), before);
-}
-
 TEST(EffectObject, TerminateAndDestructorWaitForTheWorker) {
   CGatedEffect effect(true);
   ASSERT_EQ(effect.Execute(), 1);
@@ -115,14 +102,18 @@ TEST(EffectObject, MaskedPathChangesOnlyTheMaskedArea) {
   CMask mask;
   MakeHalfMask(mask, 24, 10);
   const int edge = 12;  // the column of 128
-
   CSoften soften;
   soften.m_wRadius = 2;
-  CColorAdjust adjust;
-  adjust.m_nBrightness = 60;
-  adjust.m_nHue = 40;
+  CColorAdjust disabled;
+  disabled.m_nBrightness = 50;
+  disabled.m_bEnable = 0;
+  CMultiEffects list;  // its own mask over its children's whole-picture runs
+  list.AddEffect(New<CSoften>([](CSoften& e) { e.m_wRadius = 3; }));
+  list.AddEffect(new CGray);
+  const std::unique_ptr<CEffectObj> adjust(NewAdjust(40, 0, 60, 0, 0, 0, 0));
   CMirror mirror;
-  for (CEffectObj* effect : std::initializer_list<CEffectObj*>{&soften, &adjust, &mirror}) {
+  CEffectObj* const effects[] = {&soften, adjust.get(), &list, &disabled, &mirror};
+  for (CEffectObj* effect : effects) {
     SCOPED_TRACE(effect->GetRuntimeClass()->m_lpszClassName);
     CPicture whole, masked;
     original.Duplicate(whole);
@@ -132,10 +123,10 @@ TEST(EffectObject, MaskedPathChangesOnlyTheMaskedArea) {
     RunEffect(*effect, masked);
     effect->m_Mask.DeleteObject();
     if (effect == &mirror) {
-      // Mirroring always takes the whole picture.
-      EXPECT_EQ(Pixels(masked), Pixels(whole));
+      EXPECT_EQ(Pixels(masked), Pixels(whole));  // mirroring always takes the whole picture
       continue;
     }
+    EXPECT_TRUE(effect != &disabled || Pixels(whole) == Pixels(original));
     // The operation saw the whole picture (softening reaches across the mask's edge), and the
     // masked area alone took its result.
     for (int y = 0; y < 10; ++y)
@@ -151,17 +142,15 @@ TEST(EffectObject, MaskedPathChangesOnlyTheMaskedArea) {
 
 TEST(EffectObject, SetMaskAndMissingPictures) {
   CGray gray;
-  CMask empty;
+  CMask empty, mask;
   gray.SetMask(empty);
   EXPECT_FALSE(gray.m_Mask.IsValid());
-  CMask mask;
   MakeHalfMask(mask, 6, 4);
   gray.SetMask(mask);
   ASSERT_TRUE(gray.m_Mask.IsValid());
   EXPECT_NE(gray.m_Mask.GetBuffer(), mask.GetBuffer());  // its own copy
   gray.SetMask(empty);                                   // an empty mask changes nothing
   EXPECT_TRUE(gray.m_Mask.IsValid());
-
   // No target, or an empty one: the worker still ends and signals.
   EXPECT_EQ(gray.Execute(), 1);
   EXPECT_EQ(gray.Wait(), 1);

@@ -1,5 +1,6 @@
-// Helpers of the effect tests: seeded pictures and masks, pixel snapshots, running an effect to
-// its end, and a work folder of the test's own for the masks' temporary files.
+// Helpers of the effect tests: seeded pictures and masks, pixel snapshots, effects built with
+// their parameters, running an effect to its end, and a work folder of the test's own for the
+// masks' temporary files.
 #pragma once
 
 #include "effects/effects.h"
@@ -27,7 +28,7 @@ inline void FillRandom(CPicture& p, int width, int height, std::uint32_t seed) {
 // A copy of the picture made with the given operation.
 inline void CopyWith(const CPicture& from, CPicture& to, const std::function<void(CPicture&)>& op) {
   from.Duplicate(to);
-  op(to);
+  if (op) op(to);
 }
 
 inline std::vector<BYTE> Pixels(const CPicture& p) {
@@ -45,6 +46,22 @@ inline void MakeHalfMask(CMask& mask, int width, int height) {
   mask.CreateMask(width, height, 0);
   mask.Rectangle(CRect(0, 0, width / 2, height), 255);
   mask.Rectangle(CRect(width / 2, 0, width / 2 + 1, height), 128);
+}
+
+// A new effect of class T with its parameters set by `set`.
+template <class T, class F>
+T* New(F set) {
+  T* effect = new T;
+  set(*effect);
+  return effect;
+}
+
+inline CColorAdjust* NewAdjust(int hue, int saturation, int brightness, int contrast, int red,
+                               int blue, int green) {
+  return New<CColorAdjust>([&](CColorAdjust& a) {
+    a.m_nHue = hue, a.m_nSaturation = saturation, a.m_nBrightness = brightness;
+    a.m_nContrast = contrast, a.m_nRed = red, a.m_nBlue = blue, a.m_nGreen = green;
+  });
 }
 
 inline void RunEffect(CEffectObj& effect, CPicture& target) {

@@ -23,60 +23,73 @@ Bytes Fici(int n) {
   return b;
 }
 
-TEST(ReadPiPL, ReadsEveryPropertyOfTheTable) {
-  const Bytes pipl = PiPLBuilder()
-                         .Dword("kind", FourCC("8BFM"))
-                         .Dword("vers", 0x00040000)
-                         .Dword("prty", 0x0000FFFE)  // -2 once sign-extended from 16 bits
-                         .Dword("host", FourCC("8BIM"))
-                         .Pascal("catg", "Vardell Test")
-                         .Pascal("name", "Soft Blur")
-                         .Text("wx86", "SoftBlur")
-                         .Add("mode", {0xE0, 0x0C, 0, 0})
-                         .Add("fici", Fici(28))
-                         .Add("name", {4, 'E', 'v', 'i', 'l'}, -1, "ABCD")  // other vendor
-                         .Build();
-  const CFilterDescription d = Read(pipl);
-  EXPECT_EQ(d.GetKind(), FourCC("8BFM"));
-  EXPECT_EQ(d.GetVersion(), 0x00040000);
-  EXPECT_EQ(d.GetPriority(), -2);
-  EXPECT_EQ(d.GetHost(), FourCC("8BIM"));
-  EXPECT_EQ(d.GetCategory(), "Vardell Test");
-  EXPECT_EQ(d.GetName(), "Soft Blur");
-  EXPECT_EQ(d.GetEntryPoint(), "SoftBlur");
-  EXPECT_EQ(d.GetModes(), 0x307);
+TEST(ReadPiPL, PropertiesAndWalkRules) {
+  PiPLBuilder late;  // three 'fici' and a last property claiming more bytes than remain
+  for (int i = 0; i < 3; ++i) late.Add("fici", Fici(28));
+  Bytes longCatg(20, 'c');
+  longCatg[0] = 40;
+  const struct {
+    Bytes pipl;
+    const char* summary;
+  } cases[] = {
+      // every property; another vendor's ignored
+      {PiPLBuilder()
+           .Dword("kind", FourCC("8BFM"))
+           .Dword("vers", 0x00040000)
+           .Dword("prty", 0x0000FFFE)  // -2 once sign-extended from 16 bits
+           .Dword("host", FourCC("8BIM"))
+           .Pascal("catg", "Vardell Test")
+           .Pascal("name", "Soft Blur")
+           .Text("wx86", "SoftBlur")
+           .Add("mode", {0xE0, 0x0C, 0, 0})
+           .Add("fici", Fici(28))
+           .Add("name", {4, 'E', 'v', 'i', 'l'}, -1, "ABCD")
+           .Build(),
+       "Vardell Test/Soft Blur/-2/SoftBlur/8BFM 40000 8BIM 307 1"},
+      // no 'wx86': no filter
+      {PiPLBuilder().Dword("kind", FourCC("8BFM")).Pascal("name", "N").Build(),
+       "/N/0//8BFM 0 - 0 0"},
+      // 'catg' longer than its property: none, still a filter
+      {PiPLBuilder().Filter("", "N", "E").Add("catg", longCatg).Build(), "/N/0/E/8BFM 0 - 0 1"},
+      // n + 1 == length is enough
+      {PiPLBuilder().Add("name", {3, 'a', 'b', 'c'}).Build(), "/abc/0//- 0 - 0 0"},
+      // 'wx86' without a zero sets nothing; an empty name is no filter
+      {PiPLBuilder().Filter("C", "", "E").Add("wx86", {'A', 'B', 'C', 'D'}).Build(),
+       "C//0/E/8BFM 0 - 0 0"},
+      // kind other than 8BFM
+      {PiPLBuilder().Filter("C", "N", "E").Dword("kind", FourCC("8BEM")).Build(),
+       "C/N/0/E/8BEM 0 - 0 0"},
+      // lengths as stored: a 5-byte property followed at once by the next
+      {PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r'}).Text("wx86", "Entry").Build(),
+       "/Blur/0/Entry/- 0 - 0 0"},
+      // padded to 4 past its length: the next is missed
+      {PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r', 0, 0, 0}, 5).Text("wx86", "E").Build(),
+       "/Blur/0//- 0 - 0 0"},
+      // lengths tested against the size after the head, not against what is left
+      {late.Add("wx86", {'L', 'a', 't', 'e', 0}, 100).Build(), "//0/Late/- 0 - 0 0"},
+      // a length past the size after the head stops the walk
+      {PiPLBuilder().Add("name", {1, 'A'}, 200).Pascal("catg", "C").Build(), "//0//- 0 - 0 0"},
+      // so does a length that is negative as a signed 32-bit value
+      {PiPLBuilder().Add("vers", PiPLBuilder::Le(7), 0xFFFFFFF0).Pascal("catg", "C").Build(),
+       "//0//- 0 - 0 0"},
+      // nonzero version: nothing read
+      {PiPLBuilder().Filter("C", "N", "E").Build(1), "//0//- 0 - 0 0"},
+      // 30 bytes: read
+      {PiPLBuilder().Add("name", {1, 'A', 0, 0}).Build(), "/A/0//- 0 - 0 0"},
+      // 29 bytes: not read
+      {PiPLBuilder().Add("name", {1, 'A', 0}).Build(), "//0//- 0 - 0 0"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Summary(Read(c.pipl)), c.summary) << &c - cases;
+
+  CFilterDescription d = Read(cases[0].pipl);
   EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Fici(28).data(), 28), 0);
-  EXPECT_TRUE(d.IsFilter());
   EXPECT_EQ(d.GetFile(), "p/x.8bf");
   EXPECT_EQ(d.GetResourceId(), 16000);
   EXPECT_EQ(d.IsOldStyle(), 0);
-}
-
-TEST(ReadPiPL, PropertyConditions) {
   // A 24-byte 'fici' leaves the filter case info zero.
-  CFilterDescription d = Read(PiPLBuilder().Filter("C", "N", "E").Add("fici", Fici(24)).Build());
+  d = Read(PiPLBuilder().Filter("C", "N", "E").Add("fici", Fici(24)).Build());
   EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Bytes(28).data(), 28), 0);
   EXPECT_TRUE(d.IsFilter());
-  // No 'wx86': no entry point, no filter.
-  d = Read(PiPLBuilder().Dword("kind", FourCC("8BFM")).Pascal("name", "N").Build());
-  EXPECT_EQ(d.GetEntryPoint(), "");
-  EXPECT_FALSE(d.IsFilter());
-  // A 'catg' saying 40 in a 20-byte property: no category, still a filter.
-  Bytes catg(20, 'c');
-  catg[0] = 40;
-  d = Read(PiPLBuilder().Filter("", "N", "E").Add("catg", catg).Build());
-  EXPECT_EQ(d.GetCategory(), "");
-  EXPECT_TRUE(d.IsFilter());
-  // n + 1 == length is enough.
-  d = Read(PiPLBuilder().Add("name", {3, 'a', 'b', 'c'}).Build());
-  EXPECT_EQ(d.GetName(), "abc");
-  // A 'wx86' without a zero byte inside it sets nothing; an empty name is no filter.
-  d = Read(PiPLBuilder().Filter("C", "", "E").Add("wx86", {'A', 'B', 'C', 'D'}).Build());
-  EXPECT_EQ(d.GetEntryPoint(), "E");
-  EXPECT_FALSE(d.IsFilter());
-  // Kind other than '8BFM'.
-  d = Read(PiPLBuilder().Filter("C", "N", "E").Dword("kind", FourCC("8BEM")).Build());
-  EXPECT_FALSE(d.IsFilter());
 }
 
 TEST(ReadPiPL, ModeBytes) {
@@ -92,54 +105,14 @@ TEST(ReadPiPL, ModeBytes) {
   EXPECT_EQ(TranslatePiPLModes(0x55), 0x0AA);
 }
 
-TEST(ReadPiPL, WalkRules) {
-  // Lengths are used as stored: a 5-byte property followed at once by the next is read...
-  CFilterDescription d =
-      Read(PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r'}).Text("wx86", "Entry").Build());
-  EXPECT_EQ(d.GetName(), "Blur");
-  EXPECT_EQ(d.GetEntryPoint(), "Entry");
-  // ...and after padding to 4 the next property is missed.
-  d = Read(
-      PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r', 0, 0, 0}, 5).Text("wx86", "E").Build());
-  EXPECT_EQ(d.GetName(), "Blur");
-  EXPECT_EQ(d.GetEntryPoint(), "");
-  // Each length is tested against the size after the head, not against what is left: the last
-  // property claims 100 bytes, more than remain, and is still read up to its zero byte.
-  Bytes tail = {'L', 'a', 't', 'e', 0};
-  PiPLBuilder late;
-  for (int i = 0; i < 3; ++i) late.Add("fici", Fici(28));
-  d = Read(late.Add("wx86", tail, 100).Build());
-  EXPECT_EQ(d.GetEntryPoint(), "Late");
-  // A length past the size after the head stops the walk there.
-  d = Read(PiPLBuilder().Add("name", {1, 'A'}, 200).Pascal("catg", "C").Build());
-  EXPECT_EQ(d.GetName(), "");
-  EXPECT_EQ(d.GetCategory(), "");
-  // So does a length the original would take as negative.
-  d = Read(PiPLBuilder().Add("vers", PiPLBuilder::Le(7), 0xFFFFFFF0).Pascal("catg", "C").Build());
-  EXPECT_EQ(d.GetCategory(), "");
-  // A nonzero version, or fewer than 30 bytes, and nothing is read.
-  d = Read(PiPLBuilder().Filter("C", "N", "E").Build(1));
-  EXPECT_EQ(d.GetName(), "");
-  d = Read(PiPLBuilder().Add("name", {1, 'A', 0, 0}).Build());  // 30 bytes: read
-  EXPECT_EQ(d.GetName(), "A");
-  d = Read(PiPLBuilder().Add("name", {1, 'A', 0}).Build());  // 29 bytes: not read
-  EXPECT_EQ(d.GetName(), "");
-}
-
 TEST(ReadPiMI, ReadsTheOldFormat) {
   CFilterDescription d("p/old.8bf", 1, 16000, "");
   Bytes pimi = {0xFE, 0xFF, 'O', 'l', 'd', 0,  // version -2, category
                 0,    0,    0,   0,   5,   0, 0, 0, 0, 0, 0xFF, 0xFF, 'M', 'I', 'B', '8'};
   ASSERT_TRUE(d.ReadPiMI(pimi));
   ASSERT_TRUE(d.ReadPiMIName(Bytes{9, 9, 'E', 'm', 'b', 'o', 's', 's', 0}, FourCC("8BFM")));
-  EXPECT_EQ(d.GetVersion(), -2);
-  EXPECT_EQ(d.GetCategory(), "Old");
-  EXPECT_EQ(d.GetPriority(), 5);
-  EXPECT_EQ(d.GetModes(), -1);  // stored as it is
-  EXPECT_EQ(d.GetHost(), FourCC("8BIM"));
-  EXPECT_EQ(d.GetName(), "Emboss");
-  EXPECT_EQ(d.GetEntryPoint(), "ENTRYPOINT16000");
-  EXPECT_TRUE(d.IsFilter());
+  // Modes stored as they are.
+  EXPECT_EQ(Summary(d), "Old/Emboss/5/ENTRYPOINT16000/8BFM FFFFFFFE 8BIM FFFFFFFF 1");
 
   CFilterDescription bad("p/old.8bf", 1, 7, "");
   pimi.pop_back();  // one byte short of the 16-byte block
@@ -147,20 +120,21 @@ TEST(ReadPiMI, ReadsTheOldFormat) {
   EXPECT_FALSE(bad.ReadPiMI(Bytes{1, 0, 'n', 'o', 'z', 'e', 'r', 'o'}));
   EXPECT_FALSE(bad.ReadPiMIName(Bytes{0, 0}, FourCC("8BFM")));
   EXPECT_FALSE(bad.ReadPiMIName(Bytes{0}, FourCC("8BFM")));
-  EXPECT_EQ(bad.GetEntryPoint(), "");
-  EXPECT_EQ(bad.GetKind(), 0u);
+  EXPECT_EQ(Summary(bad), "//0//- 0 - 0 0");
 }
 
 TEST(GetPiMIKind, ExtensionTable) {
-  EXPECT_STREQ(GetPiMIKind(".8bf").type, "_8BFM");
-  EXPECT_EQ(GetPiMIKind(".8BF").kind, FourCC("8BFM"));
-  EXPECT_STREQ(GetPiMIKind(".8bi").type, "_8BIF");
-  EXPECT_EQ(GetPiMIKind(".8BI").kind, FourCC("8BIM"));
-  EXPECT_STREQ(GetPiMIKind(".8BP").type, "");
-  EXPECT_EQ(GetPiMIKind(".8BP").kind, FourCC("8BPI"));
-  EXPECT_STREQ(GetPiMIKind("    ").type, "_ARPI");
-  EXPECT_STREQ(GetPiMIKind(".dll").type, "");
-  EXPECT_EQ(GetPiMIKind("").kind, FourCC("    "));
+  const struct {
+    const char* extension;
+    const char* type;
+    const char kind[5];
+  } cases[] = {{".8bf", "_8BFM", "8BFM"}, {".8BF", "_8BFM", "8BFM"}, {".8bi", "_8BIF", "8BIM"},
+               {".8BI", "_8BIF", "8BIM"}, {".8BP", "", "8BPI"},      {"    ", "_ARPI", "ARPI"},
+               {".dll", "", "    "},      {"", "", "    "}};
+  for (const auto& c : cases) {
+    EXPECT_STREQ(GetPiMIKind(c.extension).type, c.type) << c.extension;
+    EXPECT_EQ(Code(GetPiMIKind(c.extension).kind), c.kind) << c.extension;
+  }
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "effects/filter_description.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -71,5 +72,20 @@ class PiPLBuilder {
   Bytes m_bytes;
   std::uint32_t m_count = 0;
 };
+
+// A four-character code as text, "-" for none.
+inline std::string Code(DWORD v) {
+  return v ? std::string{char(v >> 24), char(v >> 16), char(v >> 8), char(v)} : "-";
+}
+
+// The description's fields on one line: category/name/priority/entry point, then kind, version,
+// host, modes (hex) and whether it is kept as a filter.
+inline std::string Summary(const CFilterDescription& d) {
+  char tail[64];
+  std::snprintf(tail, sizeof tail, "/%s %X %s %X %d", Code(d.GetKind()).c_str(), d.GetVersion(),
+                Code(d.GetHost()).c_str(), d.GetModes(), d.IsFilter());
+  return d.GetCategory().str() + "/" + d.GetName().str() + "/" + std::to_string(d.GetPriority()) +
+         "/" + d.GetEntryPoint().str() + tail;
+}
 
 }  // namespace vardell::test
