@@ -2,7 +2,9 @@
 
 #include "effects/effect_document.h"
 
+#include <cstdio>
 #include <thread>
+#include <tuple>
 
 namespace {
 
@@ -39,48 +41,41 @@ TEST(PenObject, StyleOfZeroSizePassesButThePenRefusesToRun) {
   EXPECT_EQ(CSize(10, 10), pen.m_ColorPic.GetPictureSize());
 }
 
-// Paints one black square with a full-strength water pen and reads the posted message.
-struct Square {
-  CRect painted;
-  WPARAM side;
-  CPoint corner;
-};
-Square PaintSquare(CSize target, CSize paper, UINT size, CPoint at) {
+// Paints one black square with a full-strength water pen; answers the painted rectangle, then the
+// side and corner of the posted message.
+std::string PaintSquare(CSize target, CSize paper, UINT size, CPoint at) {
   TempDir dir;
   CPicture picture;
   picture.CreatePicture(target.cx, target.cy, 255);
   CWnd wnd;
   wnd.CreateMessageWindow();
   CWaterPen pen;
-  pen.SetPictures(&picture, nullptr, nullptr);
-  pen.SetPenStyle(MakeStyle(dir, 8, 8).c_str(), RGB(0, 0, 0), size);
+  Prepare(pen, &picture, MakeStyle(dir, 8, 8), RGB(0, 0, 0), size);
   pen.SetDisplay(&wnd, WM_USER + 7);
   pen.m_PaperSize = paper;
-  pen.AddPoint(at, 255);
-  RunPen(pen);
-  Square s{CRect(0, 0, 0, 0), 0, CPoint(0, 0)};
+  Paint(pen, {{at, 255}});
+  CRect painted(0, 0, 0, 0);
   for (int y = 0; y < target.cy; ++y)
     for (int x = 0; x < target.cx; ++x)
-      if (*picture.GetPixel(x, y) != 255) s.painted.UnionRect(s.painted, CRect(x, y, x + 1, y + 1));
-  MSG msg;
+      if (*picture.GetPixel(x, y) != 255) painted.UnionRect(painted, CRect(x, y, x + 1, y + 1));
+  MSG msg{};
   EXPECT_TRUE(wnd.PeekPostedMessage(msg));
   EXPECT_EQ(WM_USER + 7, msg.message);
-  s.side = msg.wParam;
-  s.corner = CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam));
-  return s;
+  const CPoint corner = CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam));
+  char text[96];
+  std::snprintf(text, sizeof text, "%ld,%ld-%ld,%ld side %u at %ld,%ld", long(painted.left),
+                long(painted.top), long(painted.right), long(painted.bottom), unsigned(msg.wParam),
+                long(corner.x), long(corner.y));
+  return text;
 }
 
 TEST(PenObject, FootprintScaledByTargetOverPaperWithItsCornerAtHalfTheSize) {
-  const Square plain = PaintSquare(CSize(60, 60), CSize(0, 0), 10, CPoint(30, 30));
-  EXPECT_EQ(CRect(25, 25, 35, 35), plain.painted);
-  EXPECT_EQ(10u, plain.side);
-  const Square doubled = PaintSquare(CSize(1600, 1200), CSize(800, 600), 10, CPoint(100, 100));
-  EXPECT_EQ(CRect(190, 190, 210, 210), doubled.painted);
-  EXPECT_EQ(20u, doubled.side);
-  EXPECT_EQ(CPoint(190, 190), doubled.corner);
-  const Square odd = PaintSquare(CSize(40, 40), CSize(0, 0), 7, CPoint(20, 20));
-  EXPECT_EQ(CRect(17, 17, 24, 24), odd.painted);
-  EXPECT_EQ(CPoint(17, 17), odd.corner);
+  EXPECT_EQ(PaintSquare(CSize(60, 60), CSize(0, 0), 10, CPoint(30, 30)),
+            "25,25-35,35 side 10 at 25,25");
+  EXPECT_EQ(PaintSquare(CSize(1600, 1200), CSize(800, 600), 10, CPoint(100, 100)),
+            "190,190-210,210 side 20 at 190,190");
+  EXPECT_EQ(PaintSquare(CSize(40, 40), CSize(0, 0), 7, CPoint(20, 20)),
+            "17,17-24,24 side 7 at 17,17");
 }
 
 TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
@@ -90,34 +85,31 @@ TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
   MakePattern(first, 120, 80);
   first.Duplicate(second);
   first.Duplicate(third);
+  const auto point = [](int i) { return CPoint(10 + 2 * i, 20 + i); };
 
   CSoftenPen pen;
-  pen.SetPictures(&first, nullptr, nullptr);
-  pen.SetPenStyle(style.c_str(), 0, 12);
-  for (int i = 0; i < 40; ++i) pen.AddPoint(CPoint(10 + 2 * i, 20 + i), static_cast<BYTE>(100 + i));
-  RunPen(pen);
+  Prepare(pen, &first, style, 0, 12);
+  for (int i = 0; i < 40; ++i) pen.AddPoint(point(i), static_cast<BYTE>(100 + i));
+  Paint(pen, {});
   EXPECT_EQ(40, pen.m_nProcessed);
   EXPECT_FALSE(SamePixels(first, third));
-
   pen.Reset();
   EXPECT_EQ(0, pen.m_nProcessed);
   pen.SetPictures(&second, nullptr, nullptr);
-  RunPen(pen);
+  Paint(pen, {});
   EXPECT_TRUE(SamePixels(first, second));
 
   // The same stroke appended from another thread while the worker paints.
   CSoftenPen live;
-  live.SetPictures(&third, nullptr, nullptr);
-  live.SetPenStyle(style.c_str(), 0, 12);
-  live.AddPoint(CPoint(10, 20), 100);
+  Prepare(live, &third, style, 0, 12);
+  live.AddPoint(point(0), 100);
   ASSERT_TRUE(live.Execute());
   std::thread host([&] {
-    for (int i = 1; i < 40; ++i)
-      live.AddPoint(CPoint(10 + 2 * i, 20 + i), static_cast<BYTE>(100 + i));
+    for (int i = 1; i < 40; ++i) live.AddPoint(point(i), static_cast<BYTE>(100 + i));
   });
   host.join();
   live.Wait();
-  RunPen(live);
+  Paint(live, {});
   EXPECT_EQ(40, live.m_nProcessed);
   EXPECT_TRUE(SamePixels(first, third));
 }
@@ -136,17 +128,14 @@ TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
   std::unique_ptr<CEffectObj> loaded(LoadEffect(doc.c_str()));
   auto* copy = dynamic_cast<CDoublePen*>(loaded.get());
   ASSERT_NE(nullptr, copy);
-  EXPECT_EQ(pen.m_strName, copy->m_strName);
   ASSERT_EQ(2, copy->m_Points.GetSize());
-  EXPECT_EQ(pen.m_Points[0], copy->m_Points[0]);
-  EXPECT_EQ(250, copy->m_Pressures[1]);
-  EXPECT_EQ(pen.m_PenStyle, copy->m_PenStyle);
-  EXPECT_EQ(RGB(9, 8, 7), copy->m_Color);
-  EXPECT_EQ(33u, copy->m_nSize);
-  EXPECT_EQ(CSize(640, 480), copy->m_PaperSize);
+  const auto fields = [](const CDoublePen& p) {
+    return std::make_tuple(std::string(p.m_strName), std::string(p.m_PenStyle), p.m_Color,
+                           p.m_nSize, p.m_PaperSize, p.m_ptFirst, p.m_ptSecond, p.m_Points[0],
+                           p.m_Points[1], p.m_Pressures[0], p.m_Pressures[1]);
+  };
+  EXPECT_EQ(fields(pen), fields(*copy));
   EXPECT_EQ(CSize(6, 5), copy->m_PenMask.GetMaskSize());
-  EXPECT_EQ(CPoint(3, 4), copy->m_ptFirst);
-  EXPECT_EQ(CPoint(5, 6), copy->m_ptSecond);
   EXPECT_EQ(0, copy->m_nProcessed);
 }
 

@@ -1,4 +1,5 @@
-// Shared helpers of the pen tests: style files, pictures with a pattern, and running a pen.
+// Shared helpers of the pen tests: style files, pictures with a pattern, and pens set up, fed and
+// run.
 #pragma once
 
 #include "pens/pen_kinds.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace vardell::test {
 
@@ -41,10 +43,21 @@ inline bool SamePixels(const CPicture& a, const CPicture& b) {
   return true;
 }
 
-// Runs the queued stroke to its end.
-inline void RunPen(CPenObject& pen) {
+// The pen given its target (with a source picture and a target mask when asked) and its style.
+inline void Prepare(CPenObject& pen, CPicture* target, const std::string& style, COLORREF color,
+                    UINT size, CPicture* source = nullptr, CMask* mask = nullptr) {
+  pen.SetPictures(target, source, mask);
+  pen.SetPenStyle(style.c_str(), color, size);
+}
+
+// Queues the points, each with its pressure, and runs the stroke to its end.
+inline void Paint(CPenObject& pen, std::initializer_list<std::pair<CPoint, BYTE>> points) {
+  for (const auto& [at, pressure] : points) pen.AddPoint(at, pressure);
   ASSERT_TRUE(pen.Execute());
   pen.Wait();
 }
+
+// A point carrying the stroke-start mark.
+inline CPoint Marked(int x, int y) { return CPoint(x + 16384, y + 16384); }
 
 }  // namespace vardell::test
