@@ -244,13 +244,12 @@ TEST_F(Compositing, CreateDdbFillsWhiteAroundAFittedPicture) {
   CDC* cdc = CDC::FromHandle(dc.hdc());
   for (int stretch = 0; stretch < 2; ++stretch) {
     HBITMAP bitmap = pic.CreateDDB(cdc, CSize(8, 8), stretch);
-    ASSERT_NE(bitmap, nullptr);
     std::vector<std::uint32_t> px(64);
     ASSERT_EQ(GetBitmapBits(bitmap, 256, px.data()), 256);
-    for (int y = 0; y < 8; ++y) {
-      const bool red = stretch || (y >= 2 && y < 6);  // FitIn: (0, 2, 8, 6)
-      EXPECT_EQ(px[y * 8], red ? 0xFF0000u : 0xFFFFFFu) << "row " << y;
-    }
+    std::string column;  // FitIn: (0, 2, 8, 6)
+    for (int y = 0; y < 8; ++y)
+      column += px[y * 8] == 0xFF0000u ? 'R' : px[y * 8] == 0xFFFFFFu ? 'W' : '?';
+    EXPECT_EQ(column, stretch ? "RRRRRRRR" : "WWRRRRWW");
     DeleteObject(bitmap);
   }
   HBITMAP own = pic.CreateDDB(cdc, CSize(0, 0), 0);
