@@ -7,8 +7,7 @@
 #undef LLVMFuzzerTestOneInput
 #include "fuzz/plugin_discovery_fuzzer.cpp"
 
-#include "effect_test_util.h"
-#include "pipl_builder.h"
+#include "effects_fixtures.h"
 #include "platform/pe_test_writer.h"
 
 #include <gtest/gtest.h>
@@ -46,29 +45,22 @@ int RunCorpus(const std::vector<Bytes>& seeds, std::uint32_t seed, int rounds, i
 
 TEST(EffectDocumentFuzzer, CorpusRunsCleanly) {
   WorkFolder work;
+  // Every class, enabled so that the target runs it, alone and all in one list; then one child
+  // and the list with a mask (a mask costs a temporary file a load, so only two seeds carry one).
+  std::vector<Bytes> seeds;
+  CMultiEffects all;
+  for (auto& effect : EveryClass()) {
+    effect->m_bEnable = 1;
+    seeds.push_back(fuzz_effects::StoreToMemory(effect.get()));
+    all.AddEffect(effect.release());
+  }
+  seeds.push_back(fuzz_effects::StoreToMemory(&all));
   CMask mask;
   MakeHalfMask(mask, 6, 5);
-  CMultiEffects all, inner;
-  all.AddEffect(NewAdjust(0, 0, 30, 0, 0, 0, 0));
-  all.AddEffect(New<CLight>([](CLight& e) {
-    e.SetLightParams(CPoint(1, 1), CPoint(4, 3), 8, 5, RGB(250, 240, 200), 90, 40);
-    e.m_PaperSize = CSize(18, 14);
-  }));
-  all.AddEffect(New<CGrayBalance>(
-      [](CGrayBalance& e) { e.SetCurve(CGrayBalance::master, 10, 240, 1.3, 0, 255); }));
-  all.AddEffect(New<CSoften>([](CSoften& e) { e.m_wRadius = 2; }));
-  all.AddEffect(New<CSharpen>([](CSharpen& e) { e.m_nStrength = 4; }));
-  inner.AddEffect(new CMirror);
-  inner.AddEffect(new CGray);
-  inner.SetMask(mask);
-  std::vector<Bytes> seeds = {fuzz_effects::StoreToMemory(&all),
-                              fuzz_effects::StoreToMemory(&inner)};
-  for (int i = 0; i < all.GetCount(); ++i)
-    seeds.push_back(fuzz_effects::StoreToMemory(all.GetEffect(i)));
-  // One child with a mask of its own; a mask costs a temporary file a load, so only two seeds
-  // carry one.
   all.GetEffect(0)->SetMask(mask);
   seeds.push_back(fuzz_effects::StoreToMemory(all.GetEffect(0)));
+  all.SetMask(mask);
+  seeds.push_back(fuzz_effects::StoreToMemory(&all));
   const int loaded =
       RunCorpus(seeds, 20240918, 300, 4, {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x4000, 0x3E},
                 [](const Bytes& f) { return fuzz_effects::LoadEffectInput(f.data(), f.size()); });
