@@ -1,6 +1,7 @@
 #include "platform/pe_module.h"
 
 #include "platform/pe_test_writer.h"
+#include "platform_fixtures.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -81,16 +82,14 @@ TEST(PeModule, ListsAndFindsResourcesInBothFormats) {
               "PIMI\t\xC2\xCB\xBE\xB5\t3\nPIMI\t#16000\t4\nPIPL\tALPHA\t6\nPIPL\tZED\t3\n"
               "PIPL\t#2\t0\nPIPL\t#16000\t5\n"
               "#10\t#1\t6\n");
-    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(16000), "PIPL"), "first");
-    EXPECT_EQ(Data(m.get(), "#16000", "pipl"), "first");
-    EXPECT_EQ(Data(m.get(), "alpha", "PiPL"), "alpha!");
-    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(1), RT_RCDATA), "rcdata");
-    EXPECT_EQ(Data(m.get(), "#1", "#10"), "rcdata");
-    EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(2), "PIPL"), "");
-    EXPECT_EQ(Data(m.get(), "\xC2\xCB\xBE\xB5", "PIMI"), "gbk");
+    // Names and types by number or "#number", text in any case; "16000" is text, not a number.
+    EXPECT_EQ(Join(Data(m.get(), MAKEINTRESOURCE(16000), "PIPL"), Data(m.get(), "#16000", "pipl"),
+                   Data(m.get(), "alpha", "PiPL"), Data(m.get(), MAKEINTRESOURCE(1), RT_RCDATA),
+                   Data(m.get(), "#1", "#10"), Data(m.get(), MAKEINTRESOURCE(2), "PIPL"),
+                   Data(m.get(), "\xC2\xCB\xBE\xB5", "PIMI"), Data(m.get(), "16000", "PIPL")),
+              "first|first|alpha!|rcdata|rcdata||gbk|<none>");
     EXPECT_EQ(Data(m.get(), "#99999", "PIPL"), "<none>");
     EXPECT_EQ(GetLastError(), ERROR_RESOURCE_NAME_NOT_FOUND);
-    EXPECT_EQ(Data(m.get(), "16000", "PIPL"), "<none>");  // text, not a number
     EXPECT_EQ(Data(m.get(), MAKEINTRESOURCE(1), "PIMX"), "<none>");
     EXPECT_EQ(GetLastError(), ERROR_RESOURCE_TYPE_NOT_FOUND);
   }
@@ -113,18 +112,14 @@ TEST(PeModule, EnumerationStopsWhenTheProcedureSaysSoAndFailsForAMissingType) {
 TEST(PeModule, LoadLibraryExReadsFilesAsDataOnly) {
   TempDir dir;
   WriteBytes(dir.File("p.8bf"), WritePe(kResources).bytes);
-  EXPECT_EQ(LoadLibraryEx(dir.File("p.8bf").c_str(), nullptr, 0), nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_NOT_SUPPORTED);
-  EXPECT_EQ(LoadLibraryEx(dir.File("none.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE),
-            nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(LoadLibraryEx(dir.path().c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE), nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_ACCESS_DENIED);
   WriteBytes(dir.File("text.8bf"), Bytes("MZ but nothing more"));
-  EXPECT_EQ(LoadLibraryEx(dir.File("text.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE),
-            nullptr);
-  EXPECT_EQ(GetLastError(), ERROR_BAD_EXE_FORMAT);
-
+  auto error = [](const std::string& path, DWORD flags = LOAD_LIBRARY_AS_DATAFILE) {
+    return LoadLibraryEx(path.c_str(), nullptr, flags) ? ERROR_SUCCESS : GetLastError();
+  };
+  EXPECT_EQ((std::vector<DWORD>{error(dir.File("p.8bf"), 0), error(dir.File("none.8bf")),
+                                error(dir.path().string()), error(dir.File("text.8bf"))}),
+            (std::vector<DWORD>{ERROR_NOT_SUPPORTED, ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED,
+                                ERROR_BAD_EXE_FORMAT}));
   HMODULE m = LoadLibraryEx(dir.File("p.8bf").c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
   ASSERT_NE(m, nullptr);
   EXPECT_EQ(Data(m, "ZED", "PIPL"), "zed");
