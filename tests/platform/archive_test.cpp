@@ -318,15 +318,9 @@ TEST(Archive, LoadingErrorsHaveThePlatformsCauses) {
       {Bytes(leaf.begin(), leaf.end() - 2), CArchiveException::endOfFile},
       {Hex("FFFF01"), CArchiveException::endOfFile},
       {leaf + leaf, -1}};
-  for (const auto& [bytes, cause] : cases) {
-    EXPECT_EQ(LoadCause(bytes,
-                        [](CArchive& ar) {
-                          ReadAny(ar);
-                          ReadAny(ar);
-                        }),
-              cause)
+  for (const auto& [bytes, cause] : cases)
+    EXPECT_EQ(LoadCause(bytes, [](CArchive& ar) { ReadAny(ar), ReadAny(ar); }), cause)
         << testing::PrintToString(bytes);
-  }
   // Typed reads refuse a new object of another class before creating it, and a reference too.
   EXPECT_EQ(LoadCause(leaf, [](CArchive& ar) { ar.ReadObject(RUNTIME_CLASS(CArcOther)); }),
             CArchiveException::badClass);

@@ -61,31 +61,38 @@ int Draw(HDC hdc, int xd, int yd, int wd, int hd, int xs, int ys, int ws, int hs
                        rop);
 }
 
-TEST(StretchDIBits, BottomUpSourceCountsRowsFromTheBottom) {
-  const Dib d = Make24(1, 4, [](int, int y) { return Px(0, 0, static_cast<BYTE>(10 + y)); });
-  MemoryDc dc(1, 2);
-  // Top-based rows 1..2 of a 4-row DIB: ySrc = 4 - 1 - 2 = 1.
-  EXPECT_EQ(Draw(dc.hdc(), 0, 0, 1, 2, 0, 1, 1, 2, d), 4);
-  EXPECT_EQ(dc.Pixels(), (Pixels{11, 12}));
-  Draw(dc.hdc(), 0, 0, 1, 2, 0, 0, 1, 2, d);
-  EXPECT_EQ(dc.Pixels(), (Pixels{12, 13}));
+// 24-bit, pixel (x, y) = 1 + x + y * w, top-based.
+Dib Ramp(int w, int h) {
+  return Make24(w, h, [w](int x, int y) { return static_cast<std::uint32_t>(1 + x + y * w); });
 }
 
-TEST(StretchDIBits, OppositeSignsMirror) {
-  const Dib row = Make24(4, 1, [](int x, int) { return Px(0, 0, static_cast<BYTE>(x + 1)); });
-  MemoryDc dc(4, 1);
-  // A negative extent covers the pixels from its origin leftwards, origin included.
-  Draw(dc.hdc(), 3, 0, -4, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{4, 3, 2, 1}));
-  Draw(dc.hdc(), 0, 0, 4, 1, 3, 0, -4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{4, 3, 2, 1}));
-  Draw(dc.hdc(), 3, 0, -4, 1, 3, 0, -4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{1, 2, 3, 4}));
-
-  const Dib column = Make24(1, 3, [](int, int y) { return Px(0, 0, static_cast<BYTE>(y + 1)); });
-  MemoryDc tall(1, 3);
-  Draw(tall.hdc(), 0, 2, 1, -3, 0, 0, 1, 3, column);
-  EXPECT_EQ(tall.Pixels(), (Pixels{3, 2, 1}));
+TEST(StretchDIBits, RowsFromTheBottomMirroringAndClipping) {
+  struct Case {
+    int sw, sh, dw, dh, xd, yd, wd, hd, xs, ys, ws, hs;
+    Pixels expected;
+  };
+  const Case cases[] = {
+      // A bottom-up source counts ySrc from the bottom: top-based rows 1..2 of 4 are ySrc 1.
+      {1, 4, 1, 2, 0, 0, 1, 2, 0, 1, 1, 2, {2, 3}},
+      {1, 4, 1, 2, 0, 0, 1, 2, 0, 0, 1, 2, {3, 4}},
+      // Opposite signs mirror; a negative extent covers the pixels from its origin leftwards.
+      {4, 1, 4, 1, 3, 0, -4, 1, 0, 0, 4, 1, {4, 3, 2, 1}},
+      {4, 1, 4, 1, 0, 0, 4, 1, 3, 0, -4, 1, {4, 3, 2, 1}},
+      {4, 1, 4, 1, 3, 0, -4, 1, 3, 0, -4, 1, {1, 2, 3, 4}},
+      {1, 3, 1, 3, 0, 2, 1, -3, 0, 0, 1, 3, {3, 2, 1}},
+      // Clipped to the surface; stretched 4 -> 8 with only the middle visible, the sampling
+      // does not restart at the edge.
+      {4, 1, 4, 1, -2, 0, 4, 1, 0, 0, 4, 1, {3, 4, 0, 0}},
+      {4, 1, 4, 1, -2, 0, 8, 1, 0, 0, 4, 1, {2, 2, 3, 3}}};
+  for (const Case& c : cases) {
+    MemoryDc dc(c.dw, c.dh);
+    Draw(dc.hdc(), c.xd, c.yd, c.wd, c.hd, c.xs, c.ys, c.ws, c.hs, Ramp(c.sw, c.sh));
+    EXPECT_EQ(dc.Pixels(), c.expected) << "case " << &c - cases;
+  }
+  // Source pixels outside the DIB leave their destination pixels alone.
+  MemoryDc dc(4, 1, 9);
+  Draw(dc.hdc(), 0, 0, 4, 1, -1, 0, 4, 1, Ramp(4, 1));
+  EXPECT_EQ(dc.Pixels(), (Pixels{9, 1, 2, 3}));
 }
 
 TEST(StretchDIBits, ColorOnColorSampling) {
@@ -101,13 +108,12 @@ TEST(StretchDIBits, ColorOnColorSampling) {
                         {2, 4, {1, 1, 2, 2}}};
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.src << " -> " << c.dst);
-    const Dib row = Make24(c.src, 1, [](int x, int) { return static_cast<std::uint32_t>(x + 1); });
+    const Dib row = Ramp(c.src, 1);
     MemoryDc across(c.dst, 1);
     SetStretchBltMode(across.hdc(), COLORONCOLOR);
     Draw(across.hdc(), 0, 0, c.dst, 1, 0, 0, c.src, 1, row);
     EXPECT_EQ(across.Pixels(), c.expected);
-    const Dib column =
-        Make24(1, c.src, [](int, int y) { return static_cast<std::uint32_t>(y + 1); });
+    const Dib column = Ramp(1, c.src);
     MemoryDc down(1, c.dst);
     Draw(down.hdc(), 0, 0, 1, c.dst, 0, 0, 1, c.src, column);
     EXPECT_EQ(down.Pixels(), c.expected);
@@ -203,19 +209,6 @@ TEST(StretchDIBits, BadInputFailsWithGdiError) {
 }
 
 TEST(StretchDIBits, ClipsToTheSurfaceAndTheClipRegion) {
-  const Dib row = Make24(4, 1, [](int x, int) { return static_cast<std::uint32_t>(x + 1); });
-  MemoryDc dc(4, 1);
-  Draw(dc.hdc(), -2, 0, 4, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{3, 4, 0, 0}));
-  // Stretched 4 -> 8 with only the middle visible: the sampling does not restart at the edge.
-  dc.Fill(0);
-  Draw(dc.hdc(), -2, 0, 8, 1, 0, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{2, 2, 3, 3}));
-  // Source pixels outside the DIB leave their destination pixels alone.
-  dc.Fill(9);
-  Draw(dc.hdc(), 0, 0, 4, 1, -1, 0, 4, 1, row);
-  EXPECT_EQ(dc.Pixels(), (Pixels{9, 1, 2, 3}));
-
   // Two separate rectangles of clip: (0,0)-(2,1) and (3,1)-(5,3).
   MemoryDc big(6, 3);
   HRGN a = CreateRectRgn(0, 0, 2, 1), b = CreateRectRgn(3, 1, 5, 3);

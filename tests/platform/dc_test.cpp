@@ -13,7 +13,9 @@
 
 namespace {
 
+using vardell::test::Calls;
 using vardell::test::Join;
+using Handles = std::vector<HGDIOBJ>;
 using vardell::test::MemoryDc;
 using vardell::test::Px;
 
@@ -23,28 +25,19 @@ TEST(DeviceContext, SelectObjectAnswersThePreviousObject) {
   HBITMAP a = CreateCompatibleBitmap(hdc, 3, 2), b = CreateCompatibleBitmap(hdc, 3, 2);
   const HGDIOBJ stock = SelectObject(hdc, a);
   EXPECT_EQ(GetObjectType(stock), OBJ_BITMAP);  // the 1x1 stock bitmap a new memory DC holds
-  EXPECT_EQ(SelectObject(hdc, b), a);
-  EXPECT_EQ(GetCurrentObject(hdc, OBJ_BITMAP), b);
-  EXPECT_EQ(SelectObject(hdc, stock), b);
-
-  EXPECT_EQ(GetCurrentObject(hdc, OBJ_BRUSH), GetStockObject(WHITE_BRUSH));
+  EXPECT_EQ((Handles{SelectObject(hdc, b), GetCurrentObject(hdc, OBJ_BITMAP),
+                     SelectObject(hdc, stock), GetCurrentObject(hdc, OBJ_BRUSH)}),
+            (Handles{a, b, b, GetStockObject(WHITE_BRUSH)}));
   HPEN pen = CreatePen(PS_SOLID, 1, RGB(1, 2, 3));
   EXPECT_EQ(SelectObject(hdc, pen), GetStockObject(BLACK_PEN));
   EXPECT_EQ(SelectObject(hdc, GetStockObject(NULL_PEN)), pen);
-
   // Modes answer the previous value, 0 for an unknown one.
-  EXPECT_EQ(SetStretchBltMode(hdc, COLORONCOLOR), BLACKONWHITE);
-  EXPECT_EQ(SetStretchBltMode(hdc, 9), 0);
-  EXPECT_EQ(GetStretchBltMode(hdc), COLORONCOLOR);
-  EXPECT_EQ(SetROP2(hdc, 17), 0);
-  EXPECT_EQ(GetROP2(hdc), R2_COPYPEN);
-
-  EXPECT_TRUE(DeleteDC(hdc));
-  EXPECT_FALSE(DeleteDC(hdc));
-  EXPECT_EQ(SelectObject(hdc, a), nullptr);
-  EXPECT_TRUE(DeleteObject(a));
-  EXPECT_TRUE(DeleteObject(b));
-  EXPECT_TRUE(DeleteObject(pen));
+  EXPECT_EQ((Calls{SetStretchBltMode(hdc, COLORONCOLOR), SetStretchBltMode(hdc, 9),
+                   GetStretchBltMode(hdc), SetROP2(hdc, 17), GetROP2(hdc)}),
+            (Calls{BLACKONWHITE, 0, COLORONCOLOR, 0, R2_COPYPEN}));
+  EXPECT_EQ((Calls{DeleteDC(hdc), DeleteDC(hdc), SelectObject(hdc, a) == nullptr, DeleteObject(a),
+                   DeleteObject(b), DeleteObject(pen)}),
+            (Calls{TRUE, FALSE, true, TRUE, TRUE, TRUE}));
 }
 
 TEST(DeviceContext, BitmapsBelongToOneDcAtATime) {
@@ -54,13 +47,12 @@ TEST(DeviceContext, BitmapsBelongToOneDcAtATime) {
   EXPECT_EQ(SelectObject(second, bitmap), nullptr);
   SelectObject(first, stock);
   EXPECT_NE(SelectObject(second, bitmap), nullptr);
-  // The stock bitmap is shared freely; a DC holding it cannot draw.
+  // The stock bitmap is shared freely; a DC holding it cannot draw. Deleting a selected bitmap
+  // fails and the DC draws on; deleting its DC lets it go.
   EXPECT_NE(SelectObject(first, stock), nullptr);
-  EXPECT_FALSE(PatBlt(first, 0, 0, 1, 1, WHITENESS));
-  // Deleting it while selected fails and the DC draws on; deleting its DC lets it go.
-  EXPECT_FALSE(DeleteObject(bitmap));
-  EXPECT_TRUE(PatBlt(second, 0, 0, 1, 1, WHITENESS));
-  EXPECT_EQ(GetPixel(second, 0, 0), RGB(255, 255, 255));
+  EXPECT_EQ((Calls{PatBlt(first, 0, 0, 1, 1, WHITENESS), DeleteObject(bitmap),
+                   PatBlt(second, 0, 0, 1, 1, WHITENESS), GetPixel(second, 0, 0)}),
+            (Calls{FALSE, FALSE, TRUE, RGB(255, 255, 255)}));
   DeleteDC(first);
   DeleteDC(second);
   EXPECT_TRUE(DeleteObject(bitmap));
@@ -72,8 +64,7 @@ TEST(DeviceContext, DeleteObjectRefusesSelectedObjectsAndKeepsStockOnes) {
   HBRUSH brush = CreateSolidBrush(RGB(0, 0, 255));
   const HGDIOBJ stockPen = SelectObject(dc.hdc(), pen);
   const HGDIOBJ stockBrush = SelectObject(dc.hdc(), brush);
-  EXPECT_FALSE(DeleteObject(pen));
-  EXPECT_FALSE(DeleteObject(brush));
+  EXPECT_FALSE(DeleteObject(pen) || DeleteObject(brush));
   EXPECT_EQ(GetObjectType(pen), OBJ_PEN);
   EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 1, 1, PATCOPY));
   MoveToEx(dc.hdc(), 1, 0, nullptr);
@@ -85,20 +76,16 @@ TEST(DeviceContext, DeleteObjectRefusesSelectedObjectsAndKeepsStockOnes) {
   SelectObject(other, pen);
   SelectObject(other, pen);
   SelectObject(dc.hdc(), stockPen);
-  EXPECT_FALSE(DeleteObject(pen));
-  EXPECT_TRUE(DeleteDC(other));
-  EXPECT_TRUE(DeleteObject(pen));
-  EXPECT_EQ(GetObjectType(pen), 0u);
-
+  EXPECT_EQ((Calls{DeleteObject(pen), DeleteDC(other), DeleteObject(pen), GetObjectType(pen)}),
+            (Calls{FALSE, TRUE, TRUE, 0}));
   // A stock object answers TRUE and stays, selected or not.
   SelectObject(dc.hdc(), stockBrush);
-  EXPECT_TRUE(DeleteObject(brush));
-  EXPECT_TRUE(DeleteObject(stockBrush));
-  EXPECT_TRUE(DeleteObject(GetStockObject(NULL_PEN)));
+  EXPECT_EQ(
+      (Calls{DeleteObject(brush), DeleteObject(stockBrush), DeleteObject(GetStockObject(NULL_PEN)),
+             PatBlt(dc.hdc(), 0, 0, 2, 1, PATCOPY), GetObjectType(GetStockObject(NULL_PEN))}),
+      (Calls{TRUE, TRUE, TRUE, TRUE, OBJ_PEN}));
   EXPECT_EQ(GetStockObject(WHITE_BRUSH), stockBrush);
-  EXPECT_TRUE(PatBlt(dc.hdc(), 0, 0, 2, 1, PATCOPY));
   EXPECT_EQ(dc.At(1, 0), Px(255, 255, 255));
-  EXPECT_EQ(GetObjectType(GetStockObject(NULL_PEN)), OBJ_PEN);
 }
 
 TEST(DeviceContext, BitmapSizes) {
@@ -118,13 +105,11 @@ TEST(DeviceContext, BitmapSizes) {
   GetObject(bitmap, sizeof bm, &bm);
   EXPECT_EQ(Join(bm.bmWidth, bm.bmHeight, bm.bmWidthBytes, bm.bmBitsPixel), "2|2|8|32");
   std::uint32_t back[4] = {};
-  EXPECT_EQ(GetBitmapBits(bitmap, 0, nullptr), 16);
-  EXPECT_EQ(GetBitmapBits(bitmap, 16, back), 16);
-  EXPECT_EQ(back[0], 0x010203u);  // the X byte is not kept
-  EXPECT_EQ(back[3], 0x0A0B0Cu);
-  EXPECT_EQ(GetBitmapBits(nullptr, 16, back), 0);
-  DeleteObject(bitmap);
-  EXPECT_EQ(GetBitmapBits(bitmap, 16, back), 0);
+  EXPECT_EQ((Calls{GetBitmapBits(bitmap, 0, nullptr), GetBitmapBits(bitmap, 16, back),
+                   GetBitmapBits(nullptr, 16, back), DeleteObject(bitmap),
+                   GetBitmapBits(bitmap, 16, back)}),
+            (Calls{16, 16, 0, TRUE, 0}));
+  EXPECT_TRUE(back[0] == 0x010203u && back[3] == 0x0A0B0Cu);  // the X byte is not kept
 }
 
 TEST(DeviceContext, GetDIBitsWritesBottomUpAndTopDownDibs) {
@@ -151,10 +136,12 @@ TEST(DeviceContext, GetDIBitsWritesBottomUpAndTopDownDibs) {
   EXPECT_EQ(one[0], 3);
   EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 5, 1, one.data(), &info, DIB_RGB_COLORS), 0);
 
-  info.bmiHeader.biBitCount = 16;
-  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), &info, DIB_RGB_COLORS), 0);
-  EXPECT_EQ(GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), nullptr, DIB_RGB_COLORS), 0);
-  EXPECT_EQ(GetDIBits(nullptr, nullptr, 0, 2, bits.data(), &info, DIB_RGB_COLORS), 0);
+  BITMAPINFO sixteen = info;
+  sixteen.bmiHeader.biBitCount = 16;
+  EXPECT_EQ(Join(GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), &sixteen, DIB_RGB_COLORS),
+                 GetDIBits(nullptr, dc.bitmap(), 0, 2, bits.data(), nullptr, DIB_RGB_COLORS),
+                 GetDIBits(nullptr, nullptr, 0, 2, bits.data(), &info, DIB_RGB_COLORS)),
+            "0|0|0");
 }
 
 TEST(DeviceContext, DeviceCaps) {

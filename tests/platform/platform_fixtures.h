@@ -39,6 +39,9 @@ const CRuntimeClass* ThrownBy(F&& f) {
   return thrown;
 }
 
+// Results of calls listed in braces, which run them in order: a sequence checked in one assertion.
+using Calls = std::vector<long long>;
+
 // The values separated by '|', so that a table of results is checked in one assertion.
 inline std::string Part(const CString& s) { return s.str(); }
 inline std::string Part(const char* s) { return s; }

@@ -1,5 +1,6 @@
 #include "platform/printer_dc.h"
 
+#include "platform_fixtures.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -12,6 +13,8 @@
 #include <vector>
 
 namespace {
+
+using vardell::test::Join;
 
 // A PPM (P6, maxval 255) page rasterised by pdftoppm.
 struct Page {
@@ -77,34 +80,30 @@ TEST(PrinterDc, TwoPagesBecomeAPdf) {
   const std::string prefix = dir.File("page");
   ASSERT_EQ(std::system(("pdftoppm -r 50 \"" + pdf + "\" \"" + prefix + "\"").c_str()), 0);
   const Page one = ReadPpm(prefix + "-1.ppm"), two = ReadPpm(prefix + "-2.ppm");
-  ASSERT_EQ(one.width, 400);
-  ASSERT_EQ(one.height, 300);
-  ASSERT_EQ(two.width, 400);
+  ASSERT_TRUE(one.width == 400 && one.height == 300 && two.width == 400);
   EXPECT_FALSE(std::filesystem::exists(prefix + "-3.ppm"));
-  const COLORREF white = RGB(255, 255, 255), red = RGB(255, 0, 0), blue = RGB(0, 0, 255);
-  // Away from the edges of each block, so that rasteriser rounding does not matter.
-  EXPECT_EQ(one.At(52, 42), red);
-  EXPECT_EQ(one.At(148, 138), red);
-  EXPECT_EQ(one.At(152, 42), blue);
-  EXPECT_EQ(one.At(248, 138), blue);
-  EXPECT_EQ(one.At(45, 42), white);    // left of the block
-  EXPECT_EQ(one.At(152, 145), white);  // below it
-  EXPECT_EQ(one.At(5, 5), white);      // margin
-  EXPECT_EQ(two.At(315, 215), RGB(0, 255, 0));
-  EXPECT_EQ(two.At(367, 258), RGB(0, 255, 0));
-  EXPECT_EQ(two.At(52, 42), white);
-  EXPECT_EQ(two.At(305, 215), white);
+  // Away from the edges of each block, so that rasteriser rounding does not matter: the red and
+  // the blue block, left of and below them, the margin; the green block, and outside it.
+  const COLORREF white = RGB(255, 255, 255), red = RGB(255, 0, 0), blue = RGB(0, 0, 255),
+                 lime = RGB(0, 255, 0);
+  EXPECT_EQ(Join(one.At(52, 42), one.At(148, 138), one.At(152, 42), one.At(248, 138),
+                 one.At(45, 42), one.At(152, 145), one.At(5, 5)),
+            Join(red, red, blue, blue, white, white, white));
+  EXPECT_EQ(Join(two.At(315, 215), two.At(367, 258), two.At(52, 42), two.At(305, 215)),
+            Join(lime, lime, white, white));
 }
 
 TEST(PrinterDc, AbortAndBadInput) {
   vardell::test::TempDir dir;
   const std::string pdf = dir.File("gone.pdf");
-  EXPECT_EQ(CreatePdfPrinterDC(nullptr, 2100, 2970, 300), nullptr);
-  EXPECT_EQ(CreatePdfPrinterDC("", 2100, 2970, 300), nullptr);
-  EXPECT_EQ(CreatePdfPrinterDC(pdf.c_str(), 0, 2970, 300), nullptr);
-  EXPECT_EQ(CreatePdfPrinterDC(pdf.c_str(), 2100, 2970, -1), nullptr);
-  EXPECT_EQ(CreatePdfPrinterDC(pdf.c_str(), 2100, 2970, 300, 1050), nullptr);   // all margin
-  EXPECT_EQ(CreatePdfPrinterDC(pdf.c_str(), 2100000, 2970000, 4800), nullptr);  // too many dots
+  // No file, no paper, no resolution, nothing but margin, too many dots.
+  for (HDC bad :
+       {CreatePdfPrinterDC(nullptr, 2100, 2970, 300), CreatePdfPrinterDC("", 2100, 2970, 300),
+        CreatePdfPrinterDC(pdf.c_str(), 0, 2970, 300),
+        CreatePdfPrinterDC(pdf.c_str(), 2100, 2970, -1),
+        CreatePdfPrinterDC(pdf.c_str(), 2100, 2970, 300, 1050),
+        CreatePdfPrinterDC(pdf.c_str(), 2100000, 2970000, 4800)})
+    EXPECT_EQ(bad, nullptr);
 
   HDC hdc = CreatePdfPrinterDC(pdf.c_str(), 1000, 1000, 30);
   ASSERT_NE(hdc, nullptr);
