@@ -24,6 +24,17 @@ using vardell::imageops::RowOf;
 
 namespace {
 
+// The vector twins of the gray and hue kernels: the AVX2 ones when built in, else the SSE2 ones.
+#if VARDELL_HAVE_AVX2
+constexpr auto kGrayRowVector = k::GrayRowAvx2;
+constexpr auto kGrayBytesRowVector = k::GrayBytesRowAvx2;
+constexpr auto kHueRowVector = k::HueRowAvx2;
+#else
+constexpr auto kGrayRowVector = k::GrayRowSse2;
+constexpr auto kGrayBytesRowVector = k::GrayBytesRowSse2;
+constexpr auto kHueRowVector = k::HueRowSse2;
+#endif
+
 // Offsets added to every pixel, with the MMX variant's arithmetic or the table arithmetic.
 void AddOffsets(CPicture& picture, k::Offsets d, bool mmx) {
   const bool sse2 = vardell::simd::UseSse2();
@@ -102,7 +113,7 @@ int CPicture::Hue(int hue) {
   if (!IsValid()) return 0;
   const auto n = static_cast<std::size_t>(Width());
   const auto& tables = vardell::hwv::Tables();
-  const auto hueRow = vardell::simd::UseSse2() ? k::HueRowSse2 : k::HueRow;
+  const auto hueRow = vardell::simd::UseSse2() ? kHueRowVector : k::HueRow;
   ForEachRow(*this, [&](BYTE* row) { hueRow(row, n, hue, false, 0, tables); });
   return 1;
 }
@@ -111,7 +122,7 @@ int CPicture::HueSaturate(int hue, int saturation) {
   if (!IsValid()) return 0;
   const auto n = static_cast<std::size_t>(Width());
   const auto& tables = vardell::hwv::Tables();
-  const auto hueRow = vardell::simd::UseSse2() ? k::HueRowSse2 : k::HueRow;
+  const auto hueRow = vardell::simd::UseSse2() ? kHueRowVector : k::HueRow;
   ForEachRow(*this, [&](BYTE* row) { hueRow(row, n, hue, true, saturation, tables); });
   return 1;
 }
@@ -137,7 +148,7 @@ int CPicture::ConvertToGray() {
   if (!IsValid()) return 0;
   const bool sse2 = vardell::simd::UseSse2();
   const auto n = static_cast<std::size_t>(Width());
-  ForEachRow(*this, [&](BYTE* row) { (sse2 ? k::GrayRowSse2 : k::GrayRow)(row, n); });
+  ForEachRow(*this, [&](BYTE* row) { (sse2 ? kGrayRowVector : k::GrayRow)(row, n); });
   return 1;
 }
 
@@ -148,7 +159,7 @@ int CPicture::ConvertToGray(CMask* mask) {
   const bool sse2 = vardell::simd::UseSse2();
   const auto n = static_cast<std::size_t>(Width());
   for (int y = 0; y < Height(); ++y)
-    (sse2 ? k::GrayBytesRowSse2 : k::GrayBytesRow)(RowOf(*this, y), mask->GetLineBuffer(y), n);
+    (sse2 ? kGrayBytesRowVector : k::GrayBytesRow)(RowOf(*this, y), mask->GetLineBuffer(y), n);
   return 1;
 }
 

@@ -57,6 +57,15 @@ inline void StorePlanes(std::uint8_t* p, __m128i blue, __m128i green, __m128i re
 inline __m128i WidenLow(__m128i v) noexcept { return _mm_unpacklo_epi8(v, _mm_setzero_si128()); }
 inline __m128i WidenHigh(__m128i v) noexcept { return _mm_unpackhi_epi8(v, _mm_setzero_si128()); }
 
+// The even bytes (0, 2, ..., 14) and the odd bytes (1, 3, ..., 15) of v as unsigned words. A
+// mask and a shift instead of unpacks, which leaves the shuffle unit to the plane split and join.
+inline __m128i EvenWords(__m128i v) noexcept { return _mm_and_si128(v, _mm_set1_epi16(0x00FF)); }
+inline __m128i OddWords(__m128i v) noexcept { return _mm_srli_epi16(v, 8); }
+// The inverse of the two above for words of at most 255: bytes in their original order.
+inline __m128i JoinEvenOdd(__m128i even, __m128i odd) noexcept {
+  return _mm_or_si128(even, _mm_slli_epi16(odd, 8));
+}
+
 // 8 bytes at p widened to unsigned words.
 inline __m128i Load8Widened(const std::uint8_t* p) noexcept {
   return WidenLow(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));

@@ -1,10 +1,12 @@
-// The SSE2 twins of the colour kernels against their scalar definitions: seeded random rows of
-// every length up to two vectors and a tail, with guard bytes behind each row.
+// The vector twins of the colour kernels (SSE2, and AVX2 when built in) against their scalar
+// definitions: seeded random rows of every length up to two vectors and a tail, with guard bytes
+// behind each row.
 #include "imageops/colour_kernels.h"
 #include "support/test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 namespace {
@@ -51,26 +53,47 @@ TEST(ColourKernelsTest, MmxOffsetsAreSixteenBitWords) {
   EXPECT_EQ(row, (std::vector<BYTE>{255, 0, 30}));
 }
 
+struct GrayTwin {
+  const char* name;
+  void (*row)(BYTE*, std::size_t) noexcept;
+  void (*bytes)(const BYTE*, BYTE*, std::size_t) noexcept;
+};
+const GrayTwin kGrayTwins[] = {
+    {"sse2", k::GrayRowSse2, k::GrayBytesRowSse2},
+#if VARDELL_HAVE_AVX2
+    {"avx2", k::GrayRowAvx2, k::GrayBytesRowAvx2},
+#endif
+};
+
 TEST(ColourKernelsTest, GrayTwinsAgree) {
   Rng rng(602);
-  for (std::size_t n = 0; n < 40; ++n) {
-    const auto row = RandomRow(rng, n);
-    auto a = row, b = row;
-    k::GrayRow(a.data(), n);
-    k::GrayRowSse2(b.data(), n);
-    ASSERT_EQ(a, b) << n;
-    std::vector<BYTE> ga(n + kGuard, 7), gb(n + kGuard, 7);
-    k::GrayBytesRow(row.data(), ga.data(), n);
-    k::GrayBytesRowSse2(row.data(), gb.data(), n);
-    ASSERT_EQ(ga, gb) << n;
+  for (const GrayTwin& twin : kGrayTwins) {
+    for (std::size_t n = 0; n < 80; ++n) {
+      const auto row = RandomRow(rng, n);
+      auto a = row, b = row;
+      k::GrayRow(a.data(), n);
+      twin.row(b.data(), n);
+      ASSERT_EQ(a, b) << twin.name << " " << n;
+      std::vector<BYTE> ga(n + kGuard, 7), gb(n + kGuard, 7);
+      k::GrayBytesRow(row.data(), ga.data(), n);
+      twin.bytes(row.data(), gb.data(), n);
+      ASSERT_EQ(ga, gb) << twin.name << " " << n;
+    }
+    // Every (green, red) pair in one row of 65536 pixels, with blue at and near its ends.
+    std::vector<BYTE> row(3 * 65536), a, b;
+    std::vector<BYTE> ga(65536), gb(65536);
+    for (int blue : {0, 1, 127, 128, 254, 255}) {
+      for (std::size_t i = 0; i < 65536; ++i)
+        row[3 * i] = BYTE(blue), row[3 * i + 1] = BYTE(i), row[3 * i + 2] = BYTE(i >> 8);
+      a = row, b = row;
+      k::GrayRow(a.data(), 65536);
+      twin.row(b.data(), 65536);
+      ASSERT_EQ(a, b) << twin.name << " blue " << blue;
+      k::GrayBytesRow(row.data(), ga.data(), 65536);
+      twin.bytes(row.data(), gb.data(), 65536);
+      ASSERT_EQ(ga, gb) << twin.name << " blue " << blue;
+    }
   }
-  // Every (blue, green, red) weight combination at the extremes, through the vector path.
-  std::vector<BYTE> row(48);
-  for (int i = 0; i < 48; ++i) row[i] = static_cast<BYTE>((i * 37) % 3 == 0 ? 255 : i * 11);
-  auto a = row, b = row;
-  k::GrayRow(a.data(), 16);
-  k::GrayRowSse2(b.data(), 16);
-  EXPECT_EQ(a, b);
   const BYTE white[3] = {255, 255, 255};
   EXPECT_EQ(k::GrayOf(white), 255);
 }
@@ -87,25 +110,35 @@ TEST(ColourKernelsTest, HueTwinsAgreeOnEveryKindOfColour) {
     for (int o = 0; o < 6; ++o)
       row.insert(row.end(), {c[o % 3], c[(o + 1 + o / 3) % 3], c[(o + 2 - o / 3) % 3]});
   }
+  using HueKernel = void (*)(BYTE*, std::size_t, int, bool, int, const vardell::hwv::HueTables&);
+  const std::pair<const char*, HueKernel> twins[] = {
+    {"sse2", k::HueRowSse2},
+#if VARDELL_HAVE_AVX2
+    {"avx2", k::HueRowAvx2},
+#endif
+  };
   const auto& tables = vardell::hwv::Tables();
   const std::size_t n = row.size() / 3;
   const int cases[][3] = {{0, 0, 0}, {137, 0, 0}, {-59, 1, 20}, {360, 1, -300}, {1, 1, 2000}};
-  for (const auto& c : cases) {
-    auto a = row, b = row;
-    k::HueRow(a.data(), n, c[0], c[1] != 0, c[2], tables);
-    k::HueRowSse2(b.data(), n, c[0], c[1] != 0, c[2], tables);
-    for (std::size_t i = 0; i < row.size(); ++i)
-      ASSERT_EQ(a[i], b[i]) << "pixel " << i / 3 << " case " << c[0] << "," << c[1] << "," << c[2];
-  }
-  // Every hue shift on a few random rows with tails.
-  Rng rng(603);
-  for (int dh = 0; dh < 360; ++dh) {
-    const std::size_t len = static_cast<std::size_t>(dh % 40);
-    const auto random = RandomRow(rng, len);
-    auto a = random, b = random;
-    k::HueRow(a.data(), len, dh, dh % 2 == 1, dh - 180, tables);
-    k::HueRowSse2(b.data(), len, dh, dh % 2 == 1, dh - 180, tables);
-    ASSERT_EQ(a, b) << dh;
+  for (const auto& [name, twin] : twins) {
+    for (const auto& c : cases) {
+      auto a = row, b = row;
+      k::HueRow(a.data(), n, c[0], c[1] != 0, c[2], tables);
+      twin(b.data(), n, c[0], c[1] != 0, c[2], tables);
+      for (std::size_t i = 0; i < row.size(); ++i)
+        ASSERT_EQ(a[i], b[i]) << name << " pixel " << i / 3 << " case " << c[0] << "," << c[1]
+                              << "," << c[2];
+    }
+    // Every hue shift on a few random rows with tails.
+    Rng rng(603);
+    for (int dh = 0; dh < 360; ++dh) {
+      const std::size_t len = static_cast<std::size_t>(dh % 40);
+      const auto random = RandomRow(rng, len);
+      auto a = random, b = random;
+      k::HueRow(a.data(), len, dh, dh % 2 == 1, dh - 180, tables);
+      twin(b.data(), len, dh, dh % 2 == 1, dh - 180, tables);
+      ASSERT_EQ(a, b) << name << " " << dh;
+    }
   }
 }
 
