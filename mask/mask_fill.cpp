@@ -109,7 +109,7 @@ void ScanRunStarts(const BYTE* p, std::size_t n, BYTE v, Start&& start) {
 }
 
 // The seed queue and the recorded runs, kept from fill to fill on each thread so that a run of
-// fills (the outline tracer makes one per region) allocates them once.
+// fills allocates them once.
 std::vector<Seed>& SeedQueue() {
   thread_local std::vector<Seed> queue;
   return queue;
