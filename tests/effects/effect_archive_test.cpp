@@ -149,21 +149,13 @@ TEST_F(EffectArchive, EveryClassRoundTripsWithAndWithoutAMask) {
   CMask mask;  // 150 x 120: more than one 16384-byte piece
   mask.CreateMask(150, 120, 0);
   Rng rng(11);
-  for (int y = 0; y < 120; ++y)
-    for (int x = 0; x < 150; ++x) *mask.GetPixel(x, y) = rng.Byte();
-  for (bool masked : {false, true}) {
-    for (auto& effect : EveryClass()) {
-      SCOPED_TRACE(std::string(effect->GetRuntimeClass()->m_lpszClassName) +
-                   (masked ? " with a mask" : ""));
-      if (masked) effect->SetMask(mask);
-      const Bytes stored = Store(*effect);
-      auto loaded = Load(stored);
-      ASSERT_NE(loaded, nullptr);
-      EXPECT_EQ(loaded->GetRuntimeClass(), effect->GetRuntimeClass());
-      ASSERT_EQ(loaded->m_Mask.IsValid(), masked);
-      // Every parameter came back: storing again gives the same bytes.
-      EXPECT_EQ(Store(*loaded), stored);
-    }
+  for (int i = 0; i < 150 * 120; ++i) *mask.GetPixel(i % 150, i / 150) = rng.Byte();
+  for (auto& effect : EveryClass()) {
+    SCOPED_TRACE(effect->GetRuntimeClass()->m_lpszClassName);
+    // Every parameter came back: storing again gives the same bytes.
+    EXPECT_EQ(Restored(Store(*effect)), Store(*effect));
+    effect->SetMask(mask);
+    EXPECT_EQ(Restored(Store(*effect)), Store(*effect));
   }
   EXPECT_EQ(g_live, 0);
   EXPECT_TRUE(m_work.Empty());
@@ -188,13 +180,11 @@ TEST_F(EffectArchive, WrongClassesAndReferencesAreRefused) {
   // A null child is kept, and running skips it.
   auto loaded = Load(listHead + B({2, 0, 0, 0}) + NewClass(1, "CGray") + gray);
   ASSERT_NE(loaded, nullptr);
-  auto& list = static_cast<CMultiEffects&>(*loaded);
-  ASSERT_EQ(list.GetCount(), 2);
-  EXPECT_EQ(list.GetEffect(0), nullptr);
+  EXPECT_EQ(static_cast<CMultiEffects&>(*loaded).GetEffect(0), nullptr);
   CPicture picture, expected;
   FillRandom(picture, 5, 4, 2);
   CopyWith(picture, expected, [](CPicture& p) { p.ConvertToGray(); });
-  RunEffect(list, picture);
+  RunEffect(*loaded, picture);
   EXPECT_EQ(Pixels(picture), Pixels(expected));
 }
 
@@ -220,17 +210,15 @@ TEST_F(EffectArchive, NestingIsLimited) {
 }
 
 TEST_F(EffectArchive, EveryCutAndBadMaskFailsCleanly) {
-  Bytes whole;
-  {
-    CMultiEffects list;
-    list.AddEffect(NewAdjust(0, 0, 9, 0, 0, 0, 0));
-    CMask mask;
-    MakeHalfMask(mask, 20, 10);
-    list.GetEffect(0)->SetMask(mask);
-    list.AddEffect(new CCountedEffect);
-    list.AddEffect(new CLight);
-    whole = Store(list);
-  }
+  CMultiEffects list;
+  CMask mask;
+  MakeHalfMask(mask, 20, 10);
+  list.AddEffect(NewAdjust(0, 0, 9, 0, 0, 0, 0));
+  list.GetEffect(0)->SetMask(mask);
+  list.AddEffect(new CCountedEffect);
+  list.AddEffect(new CLight);
+  const Bytes whole = Store(list);
+  list.RemoveAll();  // from here on g_live counts what loading makes
   // Every cut, except that inside the mask's bitmap file (one code path for all of its bytes)
   // only its ends and every 53rd byte are taken.
   const std::size_t maskAt = std::search(whole.begin(), whole.end(), kBm, kBm + 2) - whole.begin();

@@ -39,36 +39,35 @@ TEST(EffectObject, ProtocolOfOneRun) {
   EXPECT_EQ(base.Wait(), 1);  // never ran: answers at once
 
   CGatedEffect effect;
+  // The running flag and the runs so far; a start that waits until the worker has begun.
+  const auto state = [&] { return std::make_pair(effect.m_bRunning.load(), effect.m_runs.load()); };
+  const auto start = [&] {
+    ASSERT_EQ(effect.Execute(), 1);
+    effect.m_started.Lock();
+  };
   effect.m_bEnable = 0;  // disabled: answers 1 and starts nothing
   EXPECT_EQ(effect.Execute(), 1);
-  EXPECT_EQ(effect.m_bRunning.load(), 0);
   EXPECT_EQ(effect.Wait(), 1);
+  EXPECT_EQ(state(), std::make_pair(0, 0));
   effect.m_bEnable = 1;
-  ASSERT_EQ(effect.Execute(), 1);
-  effect.m_started.Lock();
-  EXPECT_EQ(effect.m_bRunning.load(), 1);
-  // A second Execute while running starts nothing.
-  EXPECT_EQ(effect.Execute(), 1);
+  start();
+  EXPECT_EQ(effect.Execute(), 1);  // a second Execute while running starts nothing
+  EXPECT_EQ(state(), std::make_pair(1, 1));
   effect.m_gate.SetEvent();
   EXPECT_EQ(effect.Wait(), 1);
-  EXPECT_EQ(effect.m_runs.load(), 1);
-  EXPECT_EQ(effect.m_bRunning.load(), 0);
+  EXPECT_EQ(state(), std::make_pair(0, 1));
   EXPECT_EQ(effect.Wait(), 1);       // the signal is consumed; not running, so no wait
   EXPECT_EQ(effect.Terminate(), 0);  // idle: answers the cancel flag
 
   // The next run is not fooled by a signal left by a run nobody waited for.
   effect.m_gate.SetEvent();
-  ASSERT_EQ(effect.Execute(), 1);
-  effect.m_started.Lock();
+  start();
   while (effect.m_bRunning.load()) std::this_thread::yield();  // ended; its signal left unused
-  effect.m_gate.ResetEvent();
-  ASSERT_EQ(effect.Execute(), 1);
-  effect.m_started.Lock();
-  EXPECT_EQ(effect.m_bRunning.load(), 1);
+  start();
+  EXPECT_EQ(state(), std::make_pair(1, 3));
   effect.m_gate.SetEvent();
   EXPECT_EQ(effect.Wait(), 1);
-  EXPECT_EQ(effect.m_runs.load(), 3);
-  EXPECT_EQ(effect.m_bRunning.load(), 0);
+  EXPECT_EQ(state(), std::make_pair(0, 3));
 }
 
 TEST(EffectObject, TerminateAndDestructorWaitForTheWorker) {
@@ -269,7 +268,6 @@ TEST(EffectClasses, MultiEffectsRunsItsListInOrder) {
   const auto run = [&](const CPicture& expected) {
     original.Duplicate(result);
     RunEffect(list, result);
-    EXPECT_EQ(list.m_bRunning.load(), 0);
     EXPECT_EQ(Pixels(result), Pixels(expected));
   };
   run(both);

@@ -33,7 +33,7 @@ inline void FillRandom(CPicture& p, int width, int height, std::uint32_t seed) {
 // A copy of the picture made with the given operation.
 inline void CopyWith(const CPicture& from, CPicture& to, const std::function<void(CPicture&)>& op) {
   from.Duplicate(to);
-  if (op) op(to);
+  op(to);
 }
 
 inline std::vector<BYTE> Pixels(const CPicture& p) {

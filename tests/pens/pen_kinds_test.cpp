@@ -49,15 +49,9 @@ TEST_F(PenKinds, StrokeStartMarkOnlyForFingerAndModifyPens) {
   const std::pair<CPenObject*, CPoint> cases[] = {{&finger, CPoint(-6388, -6389)},
                                                   {&water, CPoint(9996, 9996)}};
   for (const auto& [pen, corner] : cases) {
-    CWnd wnd;
-    wnd.CreateMessageWindow();
     Prepare(*pen, &picture, Style(4), 0, 10);
-    pen->SetDisplay(&wnd, WM_USER);
-    Paint(*pen, {{CPoint(10001, 10001), 255}});
-    MSG msg{};
-    EXPECT_TRUE(wnd.PeekPostedMessage(msg));
+    const MSG msg = PaintShown(*pen, {{CPoint(10001, 10001), 255}});
     EXPECT_EQ(corner, CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam)));
-    pen->SetDisplay(nullptr, 0);
   }
 }
 
@@ -94,9 +88,8 @@ TEST_F(PenKinds, ClonePenAndUndoPenCopyFromTheirSource) {
   clone.SetPoints(CPoint(100, 100), CPoint(50, 60));
   Paint(clone, {{CPoint(205, 205), 255}, {CPoint(55, 65), 255}});
   for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(0,
-              memcmp(picture.GetPixel(200 + i, 200 + i), original.GetPixel(250 + i, 240 + i), 3));
-    EXPECT_EQ(0, memcmp(picture.GetPixel(50 + i, 60 + i), original.GetPixel(100 + i, 100 + i), 3));
+    EXPECT_EQ(Px(picture, 200 + i, 200 + i), Px(original, 250 + i, 240 + i));
+    EXPECT_EQ(Px(picture, 50 + i, 60 + i), Px(original, 100 + i, 100 + i));
   }
   // The undo pen needs its source and brings it back.
   blank.CreatePicture(40, 40, 0);
@@ -106,9 +99,8 @@ TEST_F(PenKinds, ClonePenAndUndoPenCopyFromTheirSource) {
   EXPECT_FALSE(undo.CanExecute());
   Prepare(undo, &blank, Style(4), 0, 8, &source);
   Paint(undo, {{CPoint(20, 20), 255}});
-  EXPECT_EQ(0, memcmp(blank.GetPixel(16, 16), source.GetPixel(16, 16), 3));
-  EXPECT_EQ(0, memcmp(blank.GetPixel(23, 23), source.GetPixel(23, 23), 3));
-  EXPECT_EQ(0, *blank.GetPixel(24, 24));
+  for (int xy : {16, 23}) EXPECT_EQ(Px(blank, xy, xy), Px(source, xy, xy));
+  EXPECT_EQ(0u, Px(blank, 24, 24));
 }
 
 TEST_F(PenKinds, MaskPensPaintTheTargetMask) {

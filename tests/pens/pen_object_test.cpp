@@ -1,8 +1,10 @@
 #include "pen_test_util.h"
 
 #include "effects/effect_document.h"
+#include "pens/pen_styles.h"
+#include "platform/profile.h"
 
-#include <cstdio>
+#include <filesystem>
 #include <thread>
 #include <tuple>
 
@@ -43,39 +45,29 @@ TEST(PenObject, StyleOfZeroSizePassesButThePenRefusesToRun) {
 
 // Paints one black square with a full-strength water pen; answers the painted rectangle, then the
 // side and corner of the posted message.
-std::string PaintSquare(CSize target, CSize paper, UINT size, CPoint at) {
+std::tuple<CRect, WPARAM, CPoint> PaintSquare(CSize target, CSize paper, UINT size, CPoint at) {
   TempDir dir;
   CPicture picture;
   picture.CreatePicture(target.cx, target.cy, 255);
-  CWnd wnd;
-  wnd.CreateMessageWindow();
   CWaterPen pen;
   Prepare(pen, &picture, MakeStyle(dir, 8, 8), RGB(0, 0, 0), size);
-  pen.SetDisplay(&wnd, WM_USER + 7);
   pen.m_PaperSize = paper;
-  Paint(pen, {{at, 255}});
+  const MSG msg = PaintShown(pen, {{at, 255}}, WM_USER + 7);
   CRect painted(0, 0, 0, 0);
   for (int y = 0; y < target.cy; ++y)
     for (int x = 0; x < target.cx; ++x)
       if (*picture.GetPixel(x, y) != 255) painted.UnionRect(painted, CRect(x, y, x + 1, y + 1));
-  MSG msg{};
-  EXPECT_TRUE(wnd.PeekPostedMessage(msg));
-  EXPECT_EQ(WM_USER + 7, msg.message);
-  const CPoint corner = CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam));
-  char text[96];
-  std::snprintf(text, sizeof text, "%ld,%ld-%ld,%ld side %u at %ld,%ld", long(painted.left),
-                long(painted.top), long(painted.right), long(painted.bottom), unsigned(msg.wParam),
-                long(corner.x), long(corner.y));
-  return text;
+  return {painted, msg.wParam, CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam))};
 }
 
 TEST(PenObject, FootprintScaledByTargetOverPaperWithItsCornerAtHalfTheSize) {
+  using Square = std::tuple<CRect, WPARAM, CPoint>;
   EXPECT_EQ(PaintSquare(CSize(60, 60), CSize(0, 0), 10, CPoint(30, 30)),
-            "25,25-35,35 side 10 at 25,25");
+            Square(CRect(25, 25, 35, 35), 10, CPoint(25, 25)));
   EXPECT_EQ(PaintSquare(CSize(1600, 1200), CSize(800, 600), 10, CPoint(100, 100)),
-            "190,190-210,210 side 20 at 190,190");
+            Square(CRect(190, 190, 210, 210), 20, CPoint(190, 190)));
   EXPECT_EQ(PaintSquare(CSize(40, 40), CSize(0, 0), 7, CPoint(20, 20)),
-            "17,17-24,24 side 7 at 17,17");
+            Square(CRect(17, 17, 24, 24), 7, CPoint(17, 17)));
 }
 
 TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
@@ -137,6 +129,27 @@ TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
   EXPECT_EQ(fields(pen), fields(*copy));
   EXPECT_EQ(CSize(6, 5), copy->m_PenMask.GetMaskSize());
   EXPECT_EQ(0, copy->m_nProcessed);
+}
+
+// The pen styles read from a profile of the given text, one a line.
+std::string ReadStyles(const TempDir& dir, const std::string& text) {
+  WriteBytes(dir.File("pens.ini"), std::vector<std::uint8_t>(text.begin(), text.end()));
+  AfxGetApp()->m_pszProfileName = dir.File("pens.ini").c_str();
+  ReadPenStyles();
+  AfxGetApp()->m_pszProfileName = "vardell.ini";
+  std::string out;
+  for (int i = 0; i < PenStyleList().GetSize(); ++i) out += std::string(PenStyleList()[i]) + "\n";
+  return out;
+}
+
+TEST(PenStyles, ReadFromTheProfileAndJoinedToTheCurrentDirectory) {
+  TempDir dir;
+  const std::string cwd = std::filesystem::current_path().string() + "/";
+  EXPECT_EQ(ReadStyles(dir, "[penstyle]\nCOUNT=2\nPen0=a.bmp\nPen1=\"name.bmp\"\n"),
+            cwd + "a.bmp\n" + cwd + "name.bmp\n");
+  // A count that is not a number reads as 0 and empties the list; missing entries stay empty.
+  EXPECT_EQ(ReadStyles(dir, "[PenStyle]\ncount=abc\n"), "");
+  EXPECT_EQ(ReadStyles(dir, "[PenStyle]\ncount= 1 \n"), cwd + "\n");
 }
 
 }  // namespace

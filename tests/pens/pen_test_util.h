@@ -57,6 +57,26 @@ inline void Paint(CPenObject& pen, std::initializer_list<std::pair<CPoint, BYTE>
   pen.Wait();
 }
 
+// Paints the points with the pen shown on a message window; answers the message it posted.
+inline MSG PaintShown(CPenObject& pen, std::initializer_list<std::pair<CPoint, BYTE>> points,
+                      UINT message = WM_USER) {
+  CWnd wnd;
+  wnd.CreateMessageWindow();
+  pen.SetDisplay(&wnd, message);
+  Paint(pen, points);
+  pen.SetDisplay(nullptr, 0);
+  MSG msg{};
+  EXPECT_TRUE(wnd.PeekPostedMessage(msg));
+  EXPECT_EQ(message, msg.message);
+  return msg;
+}
+
+// The three bytes of pixel (x, y) as one number.
+inline std::uint32_t Px(const CPicture& p, int x, int y) {
+  const BYTE* b = p.GetPixel(x, y);
+  return b[0] | b[1] << 8 | b[2] << 16;
+}
+
 // A point carrying the stroke-start mark.
 inline CPoint Marked(int x, int y) { return CPoint(x + 16384, y + 16384); }
 
