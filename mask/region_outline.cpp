@@ -61,72 +61,58 @@ CVertex* AsVertex(void* p) noexcept { return static_cast<CVertex*>(p); }
 // are the rows' maximal runs read left to right. One pass over the rows finds them and repaints
 // each with the mark, as the fills would.
 
-DWORD RunKey(std::size_t left, std::size_t end) noexcept {
-  return static_cast<DWORD>(left) << 16 | static_cast<DWORD>(end);
+// The edges of a row's runs from byte `from` on, one byte at a time; `in` says whether the byte
+// before `from` was 255. Returns the new edge count.
+std::size_t MarkEdgesFrom(BYTE* p, std::size_t from, std::size_t n, WORD* edges, std::size_t count,
+                          bool in) noexcept {
+  for (std::size_t i = from; i < n; ++i) {
+    const bool region = p[i] == kRegionValue;
+    if (region != in) edges[count++] = static_cast<WORD>(i);
+    if (region) p[i] = kMark;
+    in = region;
+  }
+  if (in) edges[count++] = static_cast<WORD>(n);
+  return count;
 }
 
-// The runs of one row as they are found, byte by byte or at the edges between bytes.
-struct RunCollector {
-  DWORD* out;
-  std::size_t count = 0;
-  std::size_t start = 0;
-  bool open = false;
-
-  void Edge(std::size_t i) noexcept {
-    if (open) out[count++] = RunKey(start, i);
-    start = i;
-    open = !open;
-  }
-  void Byte(BYTE* p, std::size_t i) noexcept {
-    const bool in = p[i] == kRegionValue;
-    if (in != open) Edge(i);
-    if (in) p[i] = kMark;
-  }
-};
-
-// Writes the maximal runs of 255 among the n bytes at p to out as left << 16 | end (end one
-// past the last column), left to right, repaints them with the mark and returns their number.
-// out holds (n + 1) / 2 keys; n is at most 32767.
-std::size_t MarkRegionRunsScalar(BYTE* p, std::size_t n, DWORD* out) noexcept {
-  RunCollector runs{out};
-  for (std::size_t i = 0; i < n; ++i) runs.Byte(p, i);
-  if (runs.open) runs.Edge(n);
-  return runs.count;
+// Writes the edges of the maximal runs of 255 among the n bytes at p to `edges`, left to right:
+// each run's first column, then the column after its last, so that run k is the pair at 2k.
+// Repaints the runs with the mark and returns the number of edges. `edges` holds n + 1 entries;
+// n is at most 32767.
+std::size_t MarkRegionRunsScalar(BYTE* p, std::size_t n, WORD* edges) noexcept {
+  return MarkEdgesFrom(p, 0, n, edges, 0, false);
 }
 
-// Same results as MarkRegionRunsScalar. A vector's run edges are the bits where its equality
-// mask differs from the same mask moved one byte on (carrying in the last byte before it); 255
-// is the largest byte, so a 64-byte block outside any run, whose maximum has no lane of 255, is
-// passed over with one test. v - (eq & 127) turns exactly the 255 lanes into 128.
-std::size_t MarkRegionRunsSse2(BYTE* p, std::size_t n, DWORD* out) noexcept {
-  RunCollector runs{out};
-  std::size_t i = 0;
+// Same results as MarkRegionRunsScalar, 64 bytes at a time. The edges are the bits where the
+// block's equality mask differs from the same mask moved one byte on (carrying in the last byte
+// before the block); a block without a 255 and without a run coming in is passed over.
+// v - (eq & 127) turns exactly the 255 lanes into 128.
+std::size_t MarkRegionRunsSse2(BYTE* p, std::size_t n, WORD* edges) noexcept {
+  std::size_t i = 0, count = 0;
+  std::uint64_t carry = 0;
 #if VARDELL_HAVE_SSE2
   const __m128i all = _mm_set1_epi8(static_cast<char>(kRegionValue));
   const __m128i low7 = _mm_set1_epi8(kRegionValue - kMark);
-  while (i + 16 <= n) {
+  for (; i + 64 <= n; i += 64) {
     auto* q = reinterpret_cast<__m128i*>(p + i);
-    if (!runs.open && i + 64 <= n) {
-      const __m128i m = _mm_max_epu8(_mm_max_epu8(_mm_loadu_si128(q), _mm_loadu_si128(q + 1)),
-                                     _mm_max_epu8(_mm_loadu_si128(q + 2), _mm_loadu_si128(q + 3)));
-      if (!_mm_movemask_epi8(_mm_cmpeq_epi8(m, all))) {
-        i += 64;
-        continue;
-      }
+    __m128i v[4], eq[4];
+    std::uint64_t bits = 0;
+    for (int k = 0; k < 4; ++k) {
+      v[k] = _mm_loadu_si128(q + k);
+      eq[k] = _mm_cmpeq_epi8(v[k], all);
+      bits |= static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(eq[k])))
+              << (16 * k);
     }
-    const __m128i v = _mm_loadu_si128(q);
-    const __m128i eq = _mm_cmpeq_epi8(v, all);
-    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(eq));
-    if (bits) _mm_storeu_si128(q, _mm_sub_epi8(v, _mm_and_si128(eq, low7)));
-    for (unsigned edges = (bits ^ (bits << 1 | unsigned{runs.open})) & 0xFFFFu; edges;
-         edges &= edges - 1)
-      runs.Edge(i + static_cast<std::size_t>(__builtin_ctz(edges)));
-    i += 16;
+    if (!(bits | carry)) continue;
+    if (bits)
+      for (int k = 0; k < 4; ++k)
+        _mm_storeu_si128(q + k, _mm_sub_epi8(v[k], _mm_and_si128(eq[k], low7)));
+    for (std::uint64_t e = bits ^ (bits << 1 | carry); e; e &= e - 1)
+      edges[count++] = static_cast<WORD>(i + static_cast<std::size_t>(__builtin_ctzll(e)));
+    carry = bits >> 63;
   }
 #endif
-  for (; i < n; ++i) runs.Byte(p, i);
-  if (runs.open) runs.Edge(n);
-  return runs.count;
+  return MarkEdgesFrom(p, i, n, edges, count, carry != 0);
 }
 
 // Reports (done * 100) / total each time it grows, without a division per step: `next` is the
@@ -179,19 +165,19 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
   // keeps its runs once and the rectangles follow from the blocks taken in the other order.
   struct RowBlock {
     int top, bottom;
-    std::size_t first, count;  // its runs in `keys`
+    std::size_t first, count;  // its run edges in `edges`
   };
   std::vector<CRect> rects;
   try {
-    const std::size_t rowRuns = static_cast<std::size_t>(width + 1) / 2;
-    std::vector<DWORD> keys;
+    const std::size_t rowEdges = static_cast<std::size_t>(width) + 1;
+    std::vector<WORD> edges;
     std::vector<RowBlock> blocks;
     std::size_t used = 0;
     const bool sse2 = vardell::simd::UseSse2();
     for (int y = height - 1; y >= 0; --y) {
-      if (keys.size() - used < rowRuns) keys.resize(std::max(keys.size() * 2, used + rowRuns));
+      if (edges.size() - used < rowEdges) edges.resize(std::max(edges.size() * 2, used + rowEdges));
       BYTE* line = mask.GetLineBuffer(y);
-      DWORD* out = keys.data() + used;
+      WORD* out = edges.data() + used;
       const std::size_t count =
           sse2 ? MarkRegionRunsSse2(line, static_cast<std::size_t>(width), out)
                : MarkRegionRunsScalar(line, static_cast<std::size_t>(width), out);
@@ -199,7 +185,7 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
       if (!blocks.empty()) {
         RowBlock& below = blocks.back();
         if (below.top == y + 1 && below.count == count &&
-            std::memcmp(out, keys.data() + below.first, count * sizeof(DWORD)) == 0) {
+            std::memcmp(out, edges.data() + below.first, count * sizeof(WORD)) == 0) {
           below.top = y;
           continue;
         }
@@ -207,11 +193,10 @@ BOOL CRegionOutline::GetMaskOutline(CMask& mask) {
       blocks.push_back({y, y + 1, used, count});
       used += count;
     }
-    rects.reserve(used);
+    rects.reserve(used / 2);
     for (auto b = blocks.rbegin(); b != blocks.rend(); ++b)
-      for (std::size_t i = b->first; i < b->first + b->count; ++i)
-        rects.emplace_back(static_cast<int>(keys[i] >> 16), b->top,
-                           static_cast<int>(keys[i] & 0xFFFF), b->bottom);
+      for (std::size_t i = b->first; i < b->first + b->count; i += 2)
+        rects.emplace_back(edges[i], b->top, edges[i + 1], b->bottom);
   } catch (const std::bad_alloc&) {
     ThrowErrorMessage(kNoRectMemory);
     return FALSE;
