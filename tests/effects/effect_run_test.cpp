@@ -1,7 +1,7 @@
 // Running effects. The protocol: Execute, Wait, Terminate and the destructor around a worker
-// thread that the test holds or releases through events; the masked path against the operation on
-// the whole picture. Each effect class against the picture operation it records (argument order,
-// the light's paper scaling, the gray balance's two passes), and CMultiEffects running its list.
+// thread that the test holds or releases through events. Each effect class against the picture
+// operation it records (argument order, the light's paper scaling, the gray balance's two passes)
+// on the whole picture and through a mask, and CMultiEffects running its list.
 #include "effects_fixtures.h"
 
 #include <gtest/gtest.h>
@@ -88,50 +88,6 @@ TEST(EffectObject, TerminateAndDestructorWaitForTheWorker) {
   EXPECT_TRUE(WaitForWorkerThreads(INFINITE));
 }
 
-TEST(EffectObject, MaskedPathChangesOnlyTheMaskedArea) {
-  CPicture original;
-  FillRandom(original, 24, 10, 7);
-  CMask mask;
-  MakeHalfMask(mask, 24, 10);
-  const int edge = 12;  // the column of 128
-  CSoften soften;
-  soften.m_wRadius = 2;
-  CColorAdjust disabled;
-  disabled.m_nBrightness = 50;
-  disabled.m_bEnable = 0;
-  CMultiEffects list;  // its own mask over its children's whole-picture runs
-  list.AddEffect(New<CSoften>([](CSoften& e) { e.m_wRadius = 3; }));
-  list.AddEffect(new CGray);
-  const std::unique_ptr<CEffectObj> adjust(NewAdjust(40, 0, 60, 0, 0, 0, 0));
-  CMirror mirror;
-  CEffectObj* const effects[] = {&soften, adjust.get(), &list, &disabled, &mirror};
-  for (CEffectObj* effect : effects) {
-    SCOPED_TRACE(effect->GetRuntimeClass()->m_lpszClassName);
-    CPicture whole, masked;
-    original.Duplicate(whole);
-    original.Duplicate(masked);
-    RunEffect(*effect, whole);
-    effect->SetMask(mask);
-    RunEffect(*effect, masked);
-    effect->m_Mask.DeleteObject();
-    if (effect == &mirror) {
-      EXPECT_EQ(Pixels(masked), Pixels(whole));  // mirroring always takes the whole picture
-      continue;
-    }
-    EXPECT_TRUE(effect != &disabled || Pixels(whole) == Pixels(original));
-    // The operation saw the whole picture (softening reaches across the mask's edge), and the
-    // masked area alone took its result.
-    for (int y = 0; y < 10; ++y)
-      for (int x = 0; x < 24; ++x) {
-        const auto got = PixelAt(masked, x, y);
-        const auto want = x < edge   ? PixelAt(whole, x, y)
-                          : x > edge ? PixelAt(original, x, y)
-                                     : got;
-        ASSERT_EQ(got, want) << x << "," << y;
-      }
-  }
-}
-
 TEST(EffectObject, SetMaskAndMissingPictures) {
   CGray gray;
   CMask empty, mask;
@@ -153,14 +109,33 @@ TEST(EffectObject, SetMaskAndMissingPictures) {
 
 using Op = std::function<void(CPicture&)>;
 
-// The effect run on a copy of the picture gives what op gives on another copy.
+// The effect run on a copy of the picture gives what op gives on another copy. Run again through
+// a mask of the left half, the effect still sees the whole picture (softening reaches across the
+// mask's edge) and the masked area alone takes its result; mirroring always takes the whole.
 void ExpectSameAs(CEffectObj& effect, const CPicture& original, const Op& op) {
-  CPicture byEffect, byOp;
+  CPicture byEffect, byOp, masked;
   original.Duplicate(byEffect);
+  original.Duplicate(masked);
   CopyWith(original, byOp, op);
   RunEffect(effect, byEffect);
   EXPECT_EQ(Pixels(byEffect), Pixels(byOp));
   EXPECT_NE(Pixels(byOp), Pixels(original)) << "the case should change the picture";
+  const CSize size = original.GetPictureSize();
+  CMask mask;
+  MakeHalfMask(mask, size.cx, size.cy);
+  effect.SetMask(mask);
+  RunEffect(effect, masked);
+  effect.m_Mask.DeleteObject();
+  const bool whole = effect.IsKindOf(RUNTIME_CLASS(CMirror));
+  const int edge = size.cx / 2;  // the column of 128
+  for (int y = 0; y < size.cy; ++y)
+    for (int x = 0; x < size.cx; ++x) {
+      const auto got = PixelAt(masked, x, y);
+      const auto want = whole || x < edge ? PixelAt(byOp, x, y)
+                        : x > edge        ? PixelAt(original, x, y)
+                                          : got;
+      ASSERT_EQ(got, want) << x << "," << y;
+    }
 }
 
 TEST(EffectClasses, EachRunsItsOperationWithItsParameters) {
@@ -181,10 +156,11 @@ TEST(EffectClasses, EachRunsItsOperationWithItsParameters) {
   const Op master = [](CPicture& p) {
     p.GrayBalance(20, 220, 1.2, 20, 220, 1.2, 20, 220, 1.2, 10, 245, 10, 245, 10, 245);
   };
-  const struct {
-    CEffectObj* effect;
-    Op op;
-  } cases[] = {
+  // A list with a mask of its own runs its children on the whole picture, then blends.
+  auto* list = new CMultiEffects;
+  list->AddEffect(New<CSoften>([](CSoften& e) { e.m_wRadius = 3; }));
+  list->AddEffect(new CGray);
+  const std::pair<CEffectObj*, Op> cases[] = {
       {NewAdjust(30, 20, 10, 15, 5, -7, 3),
        [](CPicture& p) { p.ColorAdjust(10, 15, 30, 20, 5, 3, -7); }},
       {New<CSoften>([](CSoften& e) { e.m_wRadius = 2; }), [](CPicture& p) { p.Soften(2); }},
@@ -197,11 +173,16 @@ TEST(EffectClasses, EachRunsItsOperationWithItsParameters) {
          master(p);
        }},
       {balance(false), master},
+      {list,
+       [](CPicture& p) {
+         p.Soften(3);
+         p.ConvertToGray();
+       }},
   };
-  for (const auto& c : cases) {
-    const std::unique_ptr<CEffectObj> effect(c.effect);
+  for (const auto& [created, op] : cases) {
+    const std::unique_ptr<CEffectObj> effect(created);
     SCOPED_TRACE(effect->GetRuntimeClass()->m_lpszClassName);
-    ExpectSameAs(*effect, original, c.op);
+    ExpectSameAs(*effect, original, op);
   }
 }
 
@@ -212,19 +193,15 @@ TEST(EffectClasses, LightScalesFromItsPaperSize) {
   light.SetLightParams(CPoint(7, 5), CPoint(12, 11), 20, 9, RGB(200, 180, 90), 80, 35);
   // No paper size: the values as stored. Half the target's size: points and lengths doubled.
   // 30 x 20: x by 1.333, y by 1.5, lengths by their mean 1.4167, each truncated.
-  const struct {
-    CSize paper;
-    CPoint from, to;
-    int length, height;
-  } cases[] = {{{0, 0}, {7, 5}, {12, 11}, 20, 9},
-               {{20, 15}, {14, 10}, {24, 22}, 40, 18},
-               {{30, 20}, {9, 7}, {16, 16}, 28, 12}};
-  for (const auto& c : cases) {
-    light.m_PaperSize = c.paper;
+  const auto expect = [&](CSize paper, CPoint from, CPoint to, int length, int height) {
+    light.m_PaperSize = paper;
     ExpectSameAs(light, original, [&](CPicture& p) {
-      p.DrawLight(c.from, c.to, c.length, c.height, RGB(200, 180, 90), 80, 35);
+      p.DrawLight(from, to, length, height, RGB(200, 180, 90), 80, 35);
     });
-  }
+  };
+  expect(CSize(0, 0), CPoint(7, 5), CPoint(12, 11), 20, 9);
+  expect(CSize(20, 15), CPoint(14, 10), CPoint(24, 22), 40, 18);
+  expect(CSize(30, 20), CPoint(9, 7), CPoint(16, 16), 28, 12);
   // SetPaperSize takes the target's size; with none set it changes nothing.
   CLight other;
   other.SetPaperSize();

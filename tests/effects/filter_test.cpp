@@ -183,12 +183,10 @@ TEST_F(FilterListTest, ScansTheCommittedPlugins) {
             "Vardell Test/Ripple/1/RippleB/8BFM 0 - 0 1\n"
             "Vardell Test/Ripple/2/RippleA/8BFM 0 - 1 1\n"
             "Vardell Test/Soft Blur/0/SoftBlur/8BFM 40000 8BIM 307 1\n");
-  const CFilterDescription* sharp = GetFilterDescription(0);
-  EXPECT_EQ(sharp->GetFile(), folder + "multi.8BF");
-  EXPECT_EQ(sharp->GetResourceName(), "SHARP");
-  const CFilterDescription* legacy = GetFilterDescription(2);
-  EXPECT_EQ(legacy->IsOldStyle(), 1);
-  EXPECT_EQ(legacy->GetResourceId(), 16000);
+  EXPECT_EQ(GetFilterDescription(0)->GetFile(), folder + "multi.8BF");
+  EXPECT_EQ(GetFilterDescription(0)->GetResourceName(), "SHARP");
+  EXPECT_EQ(GetFilterDescription(2)->IsOldStyle(), 1);
+  EXPECT_EQ(GetFilterDescription(2)->GetResourceId(), 16000);
   EXPECT_EQ(GetFilterDescription(5)->GetFilterCaseInfo()[27], 0x1C);
   EXPECT_EQ(GetFilterDescription(3)->GetFilterCaseInfo()[0], 0);  // its 'fici' has 24 bytes
   EXPECT_EQ(GetFilterDescription(6), nullptr);
