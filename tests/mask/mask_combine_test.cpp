@@ -44,7 +44,8 @@ TEST(MaskCombine, ColumnMapModesLevelsAndClipping) {
   ASSERT_TRUE(dst.CreateMask(10, 1, 0));
   ASSERT_TRUE(src.Draw(dst, CRect(-5, 0, 5, 1), CRect(0, 0, 10, 1), MASK_COPY));
   EXPECT_EQ(Read(dst), Image({{6, 7, 8, 9, 10, 0, 0, 0, 0, 0}}));
-  ASSERT_TRUE(src.Draw(dst, CRect(0, 0, 10, 1), CRect(5, 0, 15, 1), MASK_OR));
+  ASSERT_TRUE(dst.Rectangle(dst.GetMaskRect(), 0));
+  ASSERT_TRUE(src.Draw(dst, CRect(0, 0, 10, 1), CRect(5, 0, 15, 1), MASK_COPY));
   ASSERT_TRUE(src.Draw(dst, CRect(20, 0, 30, 1), CRect(0, 0, 10, 1), MASK_OR));
   EXPECT_EQ(Read(dst), Image({{6, 7, 8, 9, 10, 0, 0, 0, 0, 0}}));
   EXPECT_FALSE(empty.Draw(dst, CRect(0, 0, 1, 1), CRect(0, 0, 1, 1), MASK_OR));
