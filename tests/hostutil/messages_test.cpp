@@ -3,9 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 namespace {
 
 TEST(MessagesTest, ErrorHandlerIsReplacedAndRestored) {

@@ -1,8 +1,6 @@
 #include "jpegcodec/jpeg_codec.h"
 #include "jpeg_test_util.h"
 
-#include <filesystem>
-
 namespace vardell::test {
 namespace {
 

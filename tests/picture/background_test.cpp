@@ -2,11 +2,8 @@
 #include "platform/thread.h"
 #include "platform/wnd.h"
 
-#include <algorithm>
 #include <memory>
-#include <string>
 #include <tuple>
-#include <vector>
 
 namespace {
 

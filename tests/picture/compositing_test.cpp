@@ -9,7 +9,6 @@
 #include "platform/dc_test_util.h"
 
 #include <functional>
-#include <vector>
 
 namespace {
 

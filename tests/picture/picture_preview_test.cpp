@@ -1,9 +1,5 @@
 #include "picture_fixtures.h"
 
-#include <algorithm>
-#include <string>
-#include <vector>
-
 namespace {
 
 using namespace vardell::test;

@@ -1,8 +1,5 @@
 #include "picture_fixtures.h"
 
-#include <string>
-#include <vector>
-
 namespace {
 
 using namespace vardell::test;

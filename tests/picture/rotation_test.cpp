@@ -9,7 +9,6 @@
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <vector>
 
 namespace {
 
