@@ -28,17 +28,14 @@ Bytes Fici(int n) {
 }
 
 TEST(ReadPiPL, PropertiesAndWalkRules) {
-  PiPLBuilder late;  // three 'fici' and a last property claiming more bytes than remain
+  using P = PiPLBuilder;
+  P late;  // three 'fici' and a last property claiming more bytes than remain
   for (int i = 0; i < 3; ++i) late.Add("fici", Fici(28));
   Bytes longCatg(20, 'c');
   longCatg[0] = 40;
-  const struct {
-    Bytes pipl;
-    const char* summary;
-  } cases[] = {
+  const std::pair<Bytes, const char*> cases[] = {
       // every property; another vendor's ignored
-      {PiPLBuilder()
-           .Dword("kind", FourCC("8BFM"))
+      {P().Dword("kind", FourCC("8BFM"))
            .Dword("vers", 0x00040000)
            .Dword("prty", 0x0000FFFE)  // -2 once sign-extended from 16 bits
            .Dword("host", FourCC("8BIM"))
@@ -51,62 +48,53 @@ TEST(ReadPiPL, PropertiesAndWalkRules) {
            .Build(),
        "Vardell Test/Soft Blur/-2/SoftBlur/8BFM 40000 8BIM 307 1"},
       // no 'wx86': no filter
-      {PiPLBuilder().Dword("kind", FourCC("8BFM")).Pascal("name", "N").Build(),
-       "/N/0//8BFM 0 - 0 0"},
+      {P().Dword("kind", FourCC("8BFM")).Pascal("name", "N").Build(), "/N/0//8BFM 0 - 0 0"},
       // 'catg' longer than its property: none, still a filter
-      {PiPLBuilder().Filter("", "N", "E").Add("catg", longCatg).Build(), "/N/0/E/8BFM 0 - 0 1"},
+      {P().Filter("", "N", "E").Add("catg", longCatg).Build(), "/N/0/E/8BFM 0 - 0 1"},
       // n + 1 == length is enough
-      {PiPLBuilder().Add("name", {3, 'a', 'b', 'c'}).Build(), "/abc/0//- 0 - 0 0"},
+      {P().Add("name", {3, 'a', 'b', 'c'}).Build(), "/abc/0//- 0 - 0 0"},
       // 'wx86' without a zero sets nothing; an empty name is no filter
-      {PiPLBuilder().Filter("C", "", "E").Add("wx86", {'A', 'B', 'C', 'D'}).Build(),
-       "C//0/E/8BFM 0 - 0 0"},
+      {P().Filter("C", "", "E").Add("wx86", {'A', 'B', 'C', 'D'}).Build(), "C//0/E/8BFM 0 - 0 0"},
       // kind other than 8BFM
-      {PiPLBuilder().Filter("C", "N", "E").Dword("kind", FourCC("8BEM")).Build(),
-       "C/N/0/E/8BEM 0 - 0 0"},
+      {P().Filter("C", "N", "E").Dword("kind", FourCC("8BEM")).Build(), "C/N/0/E/8BEM 0 - 0 0"},
       // lengths as stored: a 5-byte property followed at once by the next
-      {PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r'}).Text("wx86", "Entry").Build(),
+      {P().Add("name", {4, 'B', 'l', 'u', 'r'}).Text("wx86", "Entry").Build(),
        "/Blur/0/Entry/- 0 - 0 0"},
       // padded to 4 past its length: the next is missed
-      {PiPLBuilder().Add("name", {4, 'B', 'l', 'u', 'r', 0, 0, 0}, 5).Text("wx86", "E").Build(),
+      {P().Add("name", {4, 'B', 'l', 'u', 'r', 0, 0, 0}, 5).Text("wx86", "E").Build(),
        "/Blur/0//- 0 - 0 0"},
       // lengths tested against the size after the head, not against what is left
       {late.Add("wx86", {'L', 'a', 't', 'e', 0}, 100).Build(), "//0/Late/- 0 - 0 0"},
       // a length past the size after the head stops the walk
-      {PiPLBuilder().Add("name", {1, 'A'}, 200).Pascal("catg", "C").Build(), "//0//- 0 - 0 0"},
+      {P().Add("name", {1, 'A'}, 200).Pascal("catg", "C").Build(), "//0//- 0 - 0 0"},
       // so does a length that is negative as a signed 32-bit value
-      {PiPLBuilder().Add("vers", PiPLBuilder::Le(7), 0xFFFFFFF0).Pascal("catg", "C").Build(),
-       "//0//- 0 - 0 0"},
+      {P().Add("vers", P::Le(7), 0xFFFFFFF0).Pascal("catg", "C").Build(), "//0//- 0 - 0 0"},
       // nonzero version: nothing read
-      {PiPLBuilder().Filter("C", "N", "E").Build(1), "//0//- 0 - 0 0"},
+      {P().Filter("C", "N", "E").Build(1), "//0//- 0 - 0 0"},
       // 30 bytes: read
-      {PiPLBuilder().Add("name", {1, 'A', 0, 0}).Build(), "/A/0//- 0 - 0 0"},
+      {P().Add("name", {1, 'A', 0, 0}).Build(), "/A/0//- 0 - 0 0"},
       // 29 bytes: not read
-      {PiPLBuilder().Add("name", {1, 'A', 0}).Build(), "//0//- 0 - 0 0"},
+      {P().Add("name", {1, 'A', 0}).Build(), "//0//- 0 - 0 0"},
+      // Mode bytes, little-endian; bit 0x8000 is not tested; shorter than 4 bytes: not read.
+      {P().Add("mode", {0x80, 0, 0, 0}).Build(), "//0//- 0 - 1 0"},
+      {P().Add("mode", {0, 0x80, 0, 0}).Build(), "//0//- 0 - 0 0"},
+      {P().Add("mode", {0x01, 0x08, 0, 0}).Build(), "//0//- 0 - 180 0"},
+      {P().Add("mode", {0, 0x04, 0, 0}).Build(), "//0//- 0 - 200 0"},
+      {P().Dword("vers", 0).Add("mode", {0xFF, 0xFF, 0xFF}).Build(), "//0//- 0 - 0 0"},
   };
-  for (const auto& c : cases) EXPECT_EQ(Summary(Read(c.pipl)), c.summary) << &c - cases;
+  for (const auto& c : cases) EXPECT_EQ(Summary(Read(c.first)), c.second) << "case " << &c - cases;
+  EXPECT_EQ(TranslatePiPLModes(0xFFFFFFFF), 0x3FF);
+  EXPECT_EQ(TranslatePiPLModes(0x55), 0x0AA);
 
-  CFilterDescription d = Read(cases[0].pipl);
+  CFilterDescription d = Read(cases[0].first);
   EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Fici(28).data(), 28), 0);
   EXPECT_EQ(d.GetFile(), "p/x.8bf");
   EXPECT_EQ(d.GetResourceId(), 16000);
   EXPECT_EQ(d.IsOldStyle(), 0);
   // A 24-byte 'fici' leaves the filter case info zero.
-  d = Read(PiPLBuilder().Filter("C", "N", "E").Add("fici", Fici(24)).Build());
+  d = Read(P().Filter("C", "N", "E").Add("fici", Fici(24)).Build());
   EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Bytes(28).data(), 28), 0);
   EXPECT_TRUE(d.IsFilter());
-}
-
-TEST(ReadPiPL, ModeBytes) {
-  auto modes = [](Bytes m) {
-    return Read(PiPLBuilder().Dword("vers", 0).Add("mode", m).Build()).GetModes();
-  };
-  EXPECT_EQ(modes({0x80, 0, 0, 0}), 0x001);
-  EXPECT_EQ(modes({0, 0x80, 0, 0}), 0);  // bit 0x8000 is not tested
-  EXPECT_EQ(modes({0x01, 0x08, 0, 0}), 0x180);
-  EXPECT_EQ(modes({0, 0x04, 0, 0}), 0x200);
-  EXPECT_EQ(modes({0xFF, 0xFF, 0xFF}), 0);  // shorter than 4 bytes: not read
-  EXPECT_EQ(TranslatePiPLModes(0xFFFFFFFF), 0x3FF);
-  EXPECT_EQ(TranslatePiPLModes(0x55), 0x0AA);
 }
 
 TEST(ReadPiMI, ReadsTheOldFormat) {
