@@ -4,6 +4,7 @@
 // copy is not timed); OpenCV's read a fresh copy too and write into a separate destination. The
 // results are not the same arithmetic (OpenCV rounds where the library truncates, and its HSV model
 // differs); the pairs compare the cost of the same kind of work.
+#include "mask/mask.h"
 #include "picture/mmx_switch.h"
 #include "picture/picture.h"
 
@@ -123,6 +124,13 @@ void BM_ConvertToGray(benchmark::State& state) {
 }
 BENCHMARK(BM_ConvertToGray)->Unit(benchmark::kMillisecond);
 
+// One byte a pixel into a mask, like cvtColor to gray; the mask is made anew by each call.
+void BM_ConvertToGrayMask(benchmark::State& state) {
+  CMask mask;
+  RunOnCopy(state, [&](CPicture& p) { return p.ConvertToGray(&mask); });
+}
+BENCHMARK(BM_ConvertToGrayMask)->Unit(benchmark::kMillisecond);
+
 void BM_GrayBalance(benchmark::State& state) {
   RunOnCopy(state, [](CPicture& p) {
     return p.GrayBalance(10, 240, 1.4, 0, 255, 0.8, 5, 250, 1.0, 0, 255, 10, 245, 0, 255);
@@ -212,6 +220,15 @@ void BM_CvGray(benchmark::State& state) {
   RunCv(state, [](const cv::Mat& s, cv::Mat& d) { cv::cvtColor(s, d, cv::COLOR_BGR2GRAY); });
 }
 BENCHMARK(BM_CvGray)->Unit(benchmark::kMillisecond);
+
+// The same into a destination allocated by each call, as ConvertToGray(CMask*) makes its mask.
+void BM_CvGrayNewDestination(benchmark::State& state) {
+  RunCv(state, [](const cv::Mat& s, cv::Mat& d) {
+    d.release();
+    cv::cvtColor(s, d, cv::COLOR_BGR2GRAY);
+  });
+}
+BENCHMARK(BM_CvGrayNewDestination)->Unit(benchmark::kMillisecond);
 
 #endif
 
