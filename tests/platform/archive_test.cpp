@@ -227,27 +227,19 @@ TEST(Archive, CountsAndStrings) {
   // Strings of Unicode builds are converted (U+4E2D to GBK, a lone surrogate to '?', a zero ends
   // the text); a DWORD length of 0xFFFFFFFF is taken for the Unicode marker, as the platform
   // does; two gigabytes announced with three bytes there are refused before any allocation.
-  const char* const reads[] = {"FFFEFF 02 61006200",
-                               "ab",
-                               "FFFEFF 01 2D4E",
-                               "\xD6\xD0",
-                               "FFFEFF 03 6100 00D8 6200",
-                               "a?b",
-                               "FFFEFF 03 6100 0000 6200",
-                               "a",
-                               "FFFF FFFFFFFF FF 01 6100",
-                               "a",
-                               "FFFEFF FFFEFF 01 6100",
-                               "cause 3",
-                               "03 6162",
-                               "cause 3",
-                               "FFFEFF 02 6100 62",
-                               "cause 3",
-                               "FF FFFF FFFFFF7F 010203",
-                               "cause 3"};
-  for (std::size_t i = 0; i < std::size(reads); i += 2) {
-    EXPECT_EQ(ReadText(Hex(reads[i])), reads[i + 1]) << reads[i];
-    EXPECT_EQ(ReadText(Hex(reads[i]), true), reads[i + 1]) << reads[i];
+  const char* const reads[] = {"FFFEFF 02 61006200>ab",
+                               "FFFEFF 01 2D4E>\xD6\xD0",
+                               "FFFEFF 03 6100 00D8 6200>a?b",
+                               "FFFEFF 03 6100 0000 6200>a",
+                               "FFFF FFFFFFFF FF 01 6100>a",
+                               "FFFEFF FFFEFF 01 6100>cause 3",
+                               "03 6162>cause 3",
+                               "FFFEFF 02 6100 62>cause 3",
+                               "FF FFFF FFFFFF7F 010203>cause 3"};
+  for (const std::string read : reads) {
+    const std::size_t at = read.find('>');
+    EXPECT_EQ(ReadText(Hex(read.substr(0, at))), read.substr(at + 1)) << read;
+    EXPECT_EQ(ReadText(Hex(read.substr(0, at)), true), read.substr(at + 1)) << read;
   }
 }
 
