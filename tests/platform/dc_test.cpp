@@ -183,8 +183,7 @@ TEST(DeviceContext, CdcWrapsTheHandleFunctions) {
   EXPECT_EQ(dc.GetCurrentBitmap(), &bitmap);
 
   dc.FillSolidRect(0, 0, 4, 3, RGB(10, 20, 30));
-  EXPECT_EQ(dc.GetPixel(3, 1), RGB(10, 20, 30));
-  EXPECT_EQ(dc.GetPixel(4, 1), CLR_INVALID);
+  EXPECT_EQ(Join(dc.GetPixel(3, 1), dc.GetPixel(4, 1)), Join(RGB(10, 20, 30), CLR_INVALID));
 
   CPen pen(PS_SOLID, 1, RGB(0, 0, 255));
   CPen* oldPen = dc.SelectObject(&pen);
@@ -197,17 +196,16 @@ TEST(DeviceContext, CdcWrapsTheHandleFunctions) {
 
   CRgn clip;
   clip.CreateRectRgn(0, 0, 1, 1);
-  EXPECT_EQ(dc.SelectObject(&clip), SIMPLEREGION);
-  EXPECT_EQ(dc.SelectClipRgn(&clip), SIMPLEREGION);
-  EXPECT_EQ(dc.SelectClipRgn(nullptr), NULLREGION);  // the stock bitmap shows nothing
+  // With the stock bitmap selected again, clearing the clip shows nothing.
+  EXPECT_EQ((Calls{dc.SelectObject(&clip), dc.SelectClipRgn(&clip), dc.SelectClipRgn(nullptr)}),
+            (Calls{SIMPLEREGION, SIMPLEREGION, NULLREGION}));
   CGdiObject::DeleteTempMap();
   // The CDC deletes its DC when destroyed; bitmap and pen delete their objects.
 }
 
 TEST(WindowSurface, DrawsIntoItsBackingPixels) {
   CWindowSurface window;
-  EXPECT_EQ(window.GetDC(), nullptr);
-  EXPECT_FALSE(window.Create(0, 10));
+  EXPECT_TRUE(window.GetDC() == nullptr && !window.Create(0, 10));
   ASSERT_TRUE(window.Create(6, 4, RGB(0, 0, 255)));
   EXPECT_EQ(window.GetPixels()[0], Px(0, 0, 255));
   EXPECT_EQ(window.TakeDirtyRect(), CRect(0, 0, 6, 4));
@@ -215,25 +213,22 @@ TEST(WindowSurface, DrawsIntoItsBackingPixels) {
 
   CDC* dc = window.GetDC();
   ASSERT_NE(dc, nullptr);
-  EXPECT_EQ(GetObjectType(dc->GetSafeHdc()), OBJ_DC);
-  EXPECT_EQ(dc->GetDeviceCaps(HORZRES), 1920);
+  EXPECT_EQ(Join(GetObjectType(dc->GetSafeHdc()), dc->GetDeviceCaps(HORZRES)), Join(OBJ_DC, 1920));
   EXPECT_TRUE(dc->PatBlt(1, 1, 2, 2, BLACKNESS));
   dc->SetPixel(5, 0, RGB(9, 9, 9));
-  EXPECT_EQ(window.GetPixel(2, 2), RGB(0, 0, 0));
-  EXPECT_EQ(window.GetPixel(5, 0), RGB(9, 9, 9));
-  EXPECT_EQ(window.GetPixel(6, 0), CLR_INVALID);
+  EXPECT_EQ(Join(window.GetPixel(2, 2), window.GetPixel(5, 0), window.GetPixel(6, 0)),
+            Join(RGB(0, 0, 0), RGB(9, 9, 9), CLR_INVALID));
   EXPECT_EQ(window.TakeDirtyRect(), CRect(1, 0, 6, 3));
-  EXPECT_FALSE(DeleteDC(dc->GetSafeHdc()));  // the DC belongs to the surface
-  EXPECT_FALSE(DeleteObject(dc->GetSafeHdc()));
+  // The DC belongs to the surface.
+  EXPECT_FALSE(DeleteDC(dc->GetSafeHdc()) || DeleteObject(dc->GetSafeHdc()));
 
   // Resizing keeps the DC and its state.
   dc->SetROP2(R2_NOT);
   const HDC hdc = dc->GetSafeHdc();
   ASSERT_TRUE(window.Create(3, 3));
-  EXPECT_EQ(window.GetSafeHdc(), hdc);
-  EXPECT_EQ(dc->GetROP2(), R2_NOT);
-  EXPECT_FALSE(dc->PatBlt(0, 0, 9, 9, SRCCOPY));
-  EXPECT_TRUE(dc->PatBlt(0, 0, 9, 9, DSTINVERT));
+  EXPECT_TRUE(window.GetSafeHdc() == hdc && dc->GetROP2() == R2_NOT);
+  EXPECT_EQ((Calls{dc->PatBlt(0, 0, 9, 9, SRCCOPY), dc->PatBlt(0, 0, 9, 9, DSTINVERT)}),
+            (Calls{FALSE, TRUE}));
   EXPECT_EQ(window.GetPixel(2, 2), RGB(0, 0, 0));
 }
 
