@@ -119,9 +119,7 @@ TEST_F(Compositing, BlendsAndCopiesMatchTheOracle) {
     Oracle(self ? expected : src, expected, dstRect,
            variant == 7 ? CRect(srcRect.TopLeft(), dstRect.Size()) : srcRect,
            masked ? &mask : nullptr, maskRect, masked ? clip : kNone,
-           channels[variant < 4   ? variant
-                    : variant < 6 ? 4
-                                  : 5]);
+           channels[std::min(variant, variant < 6 ? 4 : 5)]);
     ASSERT_EQ(result, 1) << "seed " << seed;
     ASSERT_EQ(Bytes(dst), Bytes(expected)) << "seed " << seed << " variant " << variant;
   }
