@@ -23,7 +23,7 @@ inline std::vector<BYTE> Pattern(int x, int row) {
   return {BYTE(x), BYTE(row), BYTE(x * 3 + row * 5)};
 }
 
-struct BmpSpec {
+struct BmpLayout {
   int width = 1;
   int height = 1;
   int bitCount = 24;
@@ -35,7 +35,7 @@ struct BmpSpec {
 };
 
 // Headers, then afterHeaders, then rows of the pattern (bottom row first), padding 0xEE.
-inline std::vector<BYTE> MakeBmp(const BmpSpec& s) {
+inline std::vector<BYTE> MakeBmp(const BmpLayout& s) {
   const int stride = s.stride >= 0 ? s.stride : (s.width * s.bitCount + 31) / 32 * 4;
   std::vector<BYTE> v(54, 0);
   v[0] = 'B', v[1] = 'M';
