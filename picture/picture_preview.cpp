@@ -75,9 +75,12 @@ int ReduceRows(CFile& file, const Reduction& r, BYTE* dst, BYTE* row,
   const std::int64_t pixelBytes = 3 * std::int64_t{r.targetWidth};
   std::int64_t position = 0;  // from the first pixel byte
   int j = 0;
+  if (r.fileStride == 0 && !beforeRow) return r.targetHeight;
   try {
     for (; j < r.targetHeight; ++j, dst += dstStride) {
       if (beforeRow && !beforeRow(j)) break;
+      // A picture 0 pixels wide has rows of no bytes: nothing to seek or read, however many.
+      if (r.fileStride == 0) continue;
       const std::int64_t offset = SourceRow(j, r.fileHeight, r.targetHeight) * r.fileStride;
       file.Seek(offset - position, CFile::current);
       const UINT got = file.Read(row, static_cast<UINT>(r.fileStride));
