@@ -39,14 +39,6 @@ std::size_t FindFirst(const BYTE* p, std::size_t n, BYTE v) noexcept {
 
 }  // namespace
 
-std::size_t FindNotEqual(const BYTE* p, std::size_t n, BYTE v) noexcept {
-  return FindFirst<false>(p, n, v);
-}
-
-std::size_t FindEqual(const BYTE* p, std::size_t n, BYTE v) noexcept {
-  return FindFirst<true>(p, n, v);
-}
-
 }  // namespace vardell::mask_kernels
 
 BOOL CMask::Rectangle(CRect rect, BYTE value) {
@@ -86,7 +78,7 @@ std::size_t RunBegin(const BYTE* p, std::size_t n, BYTE v) noexcept {
 }
 
 // Calls start(i) for each i in [0, n) that begins a run of v, in increasing order: the same
-// calls as ForEachRunStart, with the comparisons kept in line.
+// columns as a plain scan would give, 16 columns compared at a time.
 template <class Start>
 void ScanRunStarts(const BYTE* p, std::size_t n, BYTE v, Start&& start) {
   std::size_t i = 0;

@@ -45,17 +45,6 @@ void LevelRowMappedTable(const BYTE* s, const int* xs, BYTE* d, std::size_t n, i
 // saturating byte add/subtract is S[d +- m]. Rows that overlap in memory go to the table twin.
 void LevelRowSse2(const BYTE* s, BYTE* d, std::size_t n, int level, bool subtract) noexcept;
 
-// ---- Fills ----
-
-// Index of the first of the n bytes at p that differs from v (FindNotEqual) or equals v
-// (FindEqual), or n when there is none. SSE2 compares 16 bytes at a time.
-std::size_t FindNotEqual(const BYTE* p, std::size_t n, BYTE v) noexcept;
-std::size_t FindEqual(const BYTE* p, std::size_t n, BYTE v) noexcept;
-// Calls start(i) for each i in [0, n) that begins a run of bytes equal to v (p[i] == v and
-// either i == 0 or p[i - 1] != v), in increasing order.
-template <class Start>
-void ForEachRunStart(const BYTE* p, std::size_t n, BYTE v, Start&& start);
-
 // ---- Morphology ----
 
 // Horizontal spans: out[c] for c < n looks at in[c .. c + span - 1] (in holds n + span - 1
@@ -139,18 +128,5 @@ void BoxBlurRow(BYTE* row, std::size_t n, std::int64_t radius, const Divider16& 
 // saved before it is read. SSE2 with a scalar tail.
 void SlideSumsRow(BYTE* row, BYTE* saved, const BYTE* entering, const BYTE* leaving,
                   std::uint16_t* sums, std::size_t n, const Divider16& div) noexcept;
-
-// ---- Template definitions ----
-
-template <class Start>
-void ForEachRunStart(const BYTE* p, std::size_t n, BYTE v, Start&& start) {
-  std::size_t i = 0;
-  while (i < n) {
-    i += FindEqual(p + i, n - i, v);
-    if (i >= n) break;
-    start(i);
-    i += FindNotEqual(p + i, n - i, v);
-  }
-}
 
 }  // namespace vardell::mask_kernels
