@@ -117,20 +117,20 @@ void GrayBytesRow(const BYTE* p, BYTE* out, std::size_t n) noexcept {
 #if VARDELL_HAVE_SSE2
 namespace {
 
-// The grays of 16 pixels at p.
-__m128i Gray16(const BYTE* p) noexcept {
-  __m128i b, g, r;
-  sse2::LoadPlanes(p, b, g, r);
+// The grays of 16 pixels at p as words: the even pixels' and the odd pixels'.
+VARDELL_INLINE void Gray16(const BYTE* p, __m128i& even, __m128i& odd) noexcept {
+  using sse2::EvenWords, sse2::OddWords;
+  __m128i w0, w1, w2;
+  sse2::LoadPairs(p, w0, w1, w2);
   const __m128i wb = _mm_set1_epi16(29), wg = _mm_set1_epi16(150), wr = _mm_set1_epi16(76);
   const __m128i inv255 = _mm_set1_epi16(static_cast<short>(0x8081));
-  auto gray8 = [&](__m128i bw, __m128i gw, __m128i rw) {
-    const __m128i sum = _mm_add_epi16(
-        _mm_add_epi16(_mm_mullo_epi16(bw, wb), _mm_mullo_epi16(gw, wg)), _mm_mullo_epi16(rw, wr));
+  auto gray8 = [&](__m128i b, __m128i g, __m128i r) {
+    const __m128i sum = _mm_add_epi16(_mm_add_epi16(_mm_mullo_epi16(b, wb), _mm_mullo_epi16(g, wg)),
+                                      _mm_mullo_epi16(r, wr));
     return _mm_srli_epi16(_mm_mulhi_epu16(sum, inv255), 7);
   };
-  using sse2::EvenWords, sse2::OddWords;
-  return sse2::JoinEvenOdd(gray8(EvenWords(b), EvenWords(g), EvenWords(r)),
-                           gray8(OddWords(b), OddWords(g), OddWords(r)));
+  even = gray8(EvenWords(w0), OddWords(w0), EvenWords(w1));
+  odd = gray8(OddWords(w1), EvenWords(w2), OddWords(w2));
 }
 
 }  // namespace
@@ -139,8 +139,11 @@ __m128i Gray16(const BYTE* p) noexcept {
 void GrayRowSse2(BYTE* p, std::size_t n) noexcept {
   std::size_t i = 0;
 #if VARDELL_HAVE_SSE2
+  using sse2::JoinEvenOdd;
   for (; i + 16 <= n; i += 16) {
-    const __m128i gray = Gray16(p + 3 * i);
+    __m128i even, odd;
+    Gray16(p + 3 * i, even, odd);
+    const __m128i gray = JoinEvenOdd(even, odd);
     sse2::StorePlanes(p + 3 * i, gray, gray, gray);
   }
 #endif
@@ -150,8 +153,11 @@ void GrayRowSse2(BYTE* p, std::size_t n) noexcept {
 void GrayBytesRowSse2(const BYTE* p, BYTE* out, std::size_t n) noexcept {
   std::size_t i = 0;
 #if VARDELL_HAVE_SSE2
-  for (; i + 16 <= n; i += 16)
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), Gray16(p + 3 * i));
+  for (; i + 16 <= n; i += 16) {
+    __m128i even, odd;
+    Gray16(p + 3 * i, even, odd);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), sse2::JoinEvenOdd(even, odd));
+  }
 #endif
   GrayBytesRow(p + 3 * i, out + i, n - i);
 }
@@ -198,28 +204,20 @@ __attribute__((noinline)) __m128i HalfWayX(__m128i x, __m128i big, __m128i small
   return _mm_load_si128(reinterpret_cast<const __m128i*>(xs));
 }
 
-// 1 / d for each lane, d >= 1: the processor's estimate (relative error below 2^-11 on every
-// x86) refined by one Newton step r (2 - d r), which leaves a relative error below 2^-21.
-VARDELL_INLINE __m128 Reciprocal(__m128 d) noexcept {
-  const __m128 r = _mm_rcp_ps(d);
-  return _mm_mul_ps(r, _mm_sub_ps(_mm_set1_ps(2.0f), _mm_mul_ps(d, r)));
-}
-
-// Whiteness, X and t = X * 60 / M for 4 pixels in 32-bit lanes (see HueRowSse2). Black and gray
-// lanes divide by 1 instead of 0; their whiteness and hue are set apart.
+// Whiteness, X and t = X * 60 / M for 4 pixels in 32-bit lanes (see HueRowSse2).
 VARDELL_INLINE void Quotients4(__m128i big, __m128i small, __m128i mid, __m128i& whiteness,
                                __m128i& t) noexcept {
   const __m128 one = _mm_set1_ps(1.0f), eps = _mm_set1_ps(1.0f / 1024);
   const __m128 fb = _mm_cvtepi32_ps(big), fs = _mm_cvtepi32_ps(small), fm = _mm_cvtepi32_ps(mid);
-  const __m128 halfInvBig = _mm_mul_ps(_mm_set1_ps(0.5f), Reciprocal(_mm_max_ps(fb, one)));
+  // 0.5 / M is exactly half of the rounded 1 / M.
+  const __m128 halfInvBig = _mm_div_ps(_mm_set1_ps(0.5f), fb);
   // (256 m + M) / (2 M).
   const __m128 wNum = _mm_add_ps(_mm_mul_ps(fs, _mm_set1_ps(256.0f)), fb);
   whiteness = _mm_cvttps_epi32(_mm_mul_ps(wNum, halfInvBig));
   // X = (2 M (c - m) + (M - m)) / (2 (M - m)), rounded down.
   const __m128 span = _mm_sub_ps(fb, fs), span2 = _mm_add_ps(span, span);
   const __m128 xNum = _mm_add_ps(_mm_mul_ps(_mm_add_ps(fb, fb), _mm_sub_ps(fm, fs)), span);
-  __m128i x =
-      _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(xNum, Reciprocal(_mm_max_ps(span2, one))), eps));
+  __m128i x = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(xNum, _mm_div_ps(one, span2)), eps));
   const int halfWay =
       _mm_movemask_ps(_mm_and_ps(_mm_cmpeq_ps(_mm_mul_ps(_mm_cvtepi32_ps(x), span2), xNum),
                                  _mm_cmpneq_ps(span, _mm_setzero_ps())));
@@ -311,7 +309,7 @@ void HueRowSse2(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
     sse2::LoadPlanes(p + 3 * i, planes[0], planes[1], planes[2]);
     __m128i out[3][2];
     for (int half = 0; half < 2; ++half) {
-      auto widen = [half](__m128i x) { return half == 0 ? sse2::EvenWords(x) : sse2::OddWords(x); };
+      auto widen = [half](__m128i x) { return half == 0 ? sse2::WidenLow(x) : sse2::WidenHigh(x); };
       __m128i hue, whiteness, value;
       ToHwv8(widen(planes[2]), widen(planes[1]), widen(planes[0]), hue, whiteness, value);
       hue = _mm_add_epi16(hue, shift);
@@ -321,9 +319,9 @@ void HueRowSse2(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
                                   Words(127));
       FromHwv8(hue, whiteness, value, out[2][half], out[1][half], out[0][half]);
     }
-    sse2::StorePlanes(p + 3 * i, sse2::JoinEvenOdd(out[0][0], out[0][1]),
-                      sse2::JoinEvenOdd(out[1][0], out[1][1]),
-                      sse2::JoinEvenOdd(out[2][0], out[2][1]));
+    sse2::StorePlanes(p + 3 * i, _mm_packus_epi16(out[0][0], out[0][1]),
+                      _mm_packus_epi16(out[1][0], out[1][1]),
+                      _mm_packus_epi16(out[2][0], out[2][1]));
   }
 #endif
   HueRow(p + 3 * i, n - i, dh, withWhiteness, ds, tables);

@@ -53,10 +53,10 @@ inline BYTE GrayOf(const BYTE* bgr) noexcept {
 }
 // Each pixel's three channels set to its gray.
 void GrayRow(BYTE* p, std::size_t n) noexcept;
-// Same results as GrayRow. 16 pixels are split into channel planes by four rounds of byte
-// unpacks, and each plane into its even and odd pixels as words; the weighted sum is at most
-// 255 * 255 = 65025, so it fits an unsigned word, and x / 255 == (x * 0x8081) >> 23 for every
-// word x.
+// Same results as GrayRow. 16 pixels are split into the words of their 8 pairs by three rounds
+// of word unpacks, and those into the channels of the even and of the odd pixels by masks and
+// shifts; the weighted sum is at most 255 * 255 = 65025, so it fits an unsigned word, and
+// x / 255 == (x * 0x8081) >> 23 for every word x.
 void GrayRowSse2(BYTE* p, std::size_t n) noexcept;
 // out[i] = the gray of pixel i (one byte a pixel, as a mask row).
 void GrayBytesRow(const BYTE* p, BYTE* out, std::size_t n) noexcept;
@@ -72,11 +72,9 @@ void HueRow(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
             const hwv::HueTables& tables) noexcept;
 // Same results as HueRow, 16 pixels at a time in 16-bit lanes, for any pixels:
 //   - the quotients of the model (whiteness, X, X * 60 / M) come from float lanes: each
-//     numerator is an integer below 2^24, each divisor at most 510 and each quotient below 257;
-//     n times a reciprocal within 2^-21 of 1 / d (the processor's estimate and one Newton step)
-//     is within 2e-4 of n / d, while a quotient that is not an integer lies at least 1 / 510
-//     from one; adding 2^-10 before truncating therefore gives the exact floor, integers
-//     included. The
+//     numerator is an integer below 2^24 and each divisor at most 510, so n * (1 / d) is within
+//     3e-5 of n / d, while a quotient that is not an integer lies at least 1 / 510 from one;
+//     adding 2^-10 before truncating therefore gives the exact floor, integers included. The
 //     whiteness is never an integer plus one half, so it needs no such step. Half-way X (an
 //     integer quotient there) is detected exactly and left to the double steps, lane by lane;
 //   - the hue tables are their formulas: each edge is x * 255 / 60 = (17 x) >> 2 on one side and

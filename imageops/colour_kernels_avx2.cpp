@@ -1,7 +1,7 @@
 // AVX2 twins of the gray and hue kernels. Built only with the AVX2 build option, which compiles
-// this file with AVX2, FMA and BMI2 and without floating-point contraction; the operations then
-// pick these twins instead of the SSE2 ones. Each gives the same bytes as its scalar definition
-// and hands its tail (fewer pixels than one block) to the SSE2 twin.
+// this file with AVX2, FMA and BMI2 and without implicit floating-point contraction; the operations
+// then pick these twins instead of the SSE2 ones. Each gives the same bytes as its scalar
+// definition and hands its tail (fewer pixels than one block) to the SSE2 twin.
 #include "imageops/colour_kernels.h"
 
 #if VARDELL_HAVE_AVX2
@@ -193,29 +193,22 @@ __attribute__((noinline)) __m256i HalfWayX(__m256i x, __m256i big, __m256i small
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(xs));
 }
 
-// 1 / d for d >= 1: the processor's estimate (relative error below 2^-11) and one Newton step
-// r + r (1 - d r) with fused steps, which leaves a relative error below 2^-21.
-VARDELL_INLINE __m256 Reciprocal(__m256 d) noexcept {
-  const __m256 r = _mm256_rcp_ps(d);
-  return _mm256_fmadd_ps(r, _mm256_fnmadd_ps(d, r, _mm256_set1_ps(1.0f)), r);
-}
-
-// Whiteness, X and t = X * 60 / M for 8 pixels in 32-bit lanes, as the SSE2 twin computes them
-// (the same margins hold: the reciprocals are as close, and fused steps only round less).
+// Whiteness, X and t = X * 60 / M for 8 pixels in 32-bit lanes, as the SSE2 twin computes them;
+// its margins hold, since a fused multiply-add only rounds once where the twin rounds twice.
 VARDELL_INLINE void Quotients8(__m256i big, __m256i small, __m256i mid, __m256i& whiteness,
                                __m256i& t) noexcept {
   const __m256 one = _mm256_set1_ps(1.0f), eps = _mm256_set1_ps(1.0f / 1024);
   const __m256 fb = _mm256_cvtepi32_ps(big), fs = _mm256_cvtepi32_ps(small),
                fm = _mm256_cvtepi32_ps(mid);
-  const __m256 halfInvBig = _mm256_mul_ps(_mm256_set1_ps(0.5f), Reciprocal(_mm256_max_ps(fb, one)));
+  // 0.5 / M is exactly half of the rounded 1 / M.
+  const __m256 halfInvBig = _mm256_div_ps(_mm256_set1_ps(0.5f), fb);
   // (256 m + M) / (2 M), never an integer nor within 1 / 510 of one.
   const __m256 wNum = _mm256_fmadd_ps(fs, _mm256_set1_ps(256.0f), fb);
   whiteness = _mm256_cvttps_epi32(_mm256_mul_ps(wNum, halfInvBig));
   // X = (2 M (c - m) + (M - m)) / (2 (M - m)), rounded down; half-way X to the double steps.
   const __m256 span = _mm256_sub_ps(fb, fs), span2 = _mm256_add_ps(span, span);
   const __m256 xNum = _mm256_fmadd_ps(_mm256_add_ps(fb, fb), _mm256_sub_ps(fm, fs), span);
-  __m256i x =
-      _mm256_cvttps_epi32(_mm256_fmadd_ps(xNum, Reciprocal(_mm256_max_ps(span2, one)), eps));
+  __m256i x = _mm256_cvttps_epi32(_mm256_fmadd_ps(xNum, _mm256_div_ps(one, span2), eps));
   const __m256 exact = _mm256_cmp_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(x), span2), xNum, _CMP_EQ_OQ);
   const int halfWay = _mm256_movemask_ps(
       _mm256_and_ps(exact, _mm256_cmp_ps(span, _mm256_setzero_ps(), _CMP_NEQ_OQ)));
