@@ -114,6 +114,11 @@ void BM_Hue(benchmark::State& state) {
 }
 BENCHMARK(BM_Hue)->Unit(benchmark::kMillisecond);
 
+void BM_HueSaturate(benchmark::State& state) {
+  RunOnCopy(state, [](CPicture& p) { return p.HueSaturate(40, 20); });
+}
+BENCHMARK(BM_HueSaturate)->Unit(benchmark::kMillisecond);
+
 void BM_Saturate(benchmark::State& state) {
   RunOnCopy(state, [](CPicture& p) { return p.Saturate(20); });
 }
