@@ -37,7 +37,10 @@ struct BmpLayout {
 // Headers, then afterHeaders, then rows of the pattern (bottom row first), padding 0xEE.
 inline std::vector<BYTE> MakeBmp(const BmpLayout& s) {
   const int stride = s.stride >= 0 ? s.stride : (s.width * s.bitCount + 31) / 32 * 4;
-  std::vector<BYTE> v(54, 0);
+  const int rows = s.rows >= 0 ? s.rows : s.height;
+  std::vector<BYTE> v;
+  v.reserve(54 + s.afterHeaders.size() + static_cast<std::size_t>(std::max(0, rows) * stride));
+  v.resize(54, 0);
   v[0] = 'B', v[1] = 'M';
   StoreLE(&v[10], s.offBits);
   StoreLE(&v[14], s.infoSize);
@@ -46,7 +49,7 @@ inline std::vector<BYTE> MakeBmp(const BmpLayout& s) {
   StoreLE(&v[26], std::uint16_t{1});
   StoreLE(&v[28], static_cast<std::uint16_t>(s.bitCount));
   v.insert(v.end(), s.afterHeaders.begin(), s.afterHeaders.end());
-  for (int row = 0; row < (s.rows >= 0 ? s.rows : s.height); ++row) {
+  for (int row = 0; row < rows; ++row) {
     std::vector<BYTE> line(static_cast<std::size_t>(stride), 0xEE);
     for (int x = 0; x < s.width && 3 * x + 2 < stride; ++x)
       std::copy_n(Pattern(x, row).begin(), 3, &line[3 * x]);

@@ -1,5 +1,7 @@
 #include "picture_fixtures.h"
 
+#include <climits>
+
 namespace {
 
 using namespace vardell::test;
@@ -53,6 +55,16 @@ TEST(PicturePreviewTest, ReadsOnlyTheSampledRowsOfAFileTooLargeToLoad) {
   EXPECT_FALSE(p.LoadPicture(path.c_str()));
   EXPECT_EQ(errors.Single(), "Can't not alloc memory!");
   EXPECT_FALSE(p.IsValid());
+}
+
+TEST(PicturePreviewTest, AFileNoPixelWideLoadsWithoutVisitingItsRows) {
+  // Rows of no bytes, as many as a header can claim: once row by row, this took minutes.
+  TempDir dir;
+  const std::string path =
+      WriteFile(dir, "thin.bmp", MakeBmp({.width = 0, .height = INT_MAX, .rows = 0}));
+  CPicture p;
+  ASSERT_TRUE(p.LoadPicture(path.c_str(), 1, 4));
+  EXPECT_EQ(p.GetPictureSize(), CSize(0, INT_MAX));
 }
 
 TEST(PicturePreviewTest, JpegAndMalformedFiles) {
