@@ -158,7 +158,8 @@ int CPicture::ConvertToGray(CMask* mask) {
   if (!mask->CreateMask(Width(), Height(), 255)) return 0;
   const bool sse2 = vardell::simd::UseSse2();
   const auto n = static_cast<std::size_t>(Width());
-  for (int y = 0; y < Height(); ++y)
+  // Bottom row first: both buffers are then walked forwards through memory.
+  for (int y = Height() - 1; y >= 0; --y)
     (sse2 ? kGrayBytesRowVector : k::GrayBytesRow)(RowOf(*this, y), mask->GetLineBuffer(y), n);
   return 1;
 }
