@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -155,13 +156,18 @@ int CPicture::ConvertToGray() {
 int CPicture::ConvertToGray(CMask* mask) {
   if (!IsValid() || mask == nullptr) return 0;
   mask->DeleteObject();
-  if (!mask->CreateMask(Width(), Height(), 255)) return 0;
-  const bool sse2 = vardell::simd::UseSse2();
+  const auto grayRow = vardell::simd::UseSse2() ? kGrayBytesRowVector : k::GrayBytesRow;
   const auto n = static_cast<std::size_t>(Width());
-  // Bottom row first: both buffers are then walked forwards through memory.
-  for (int y = Height() - 1; y >= 0; --y)
-    (sse2 ? kGrayBytesRowVector : k::GrayBytesRow)(RowOf(*this, y), mask->GetLineBuffer(y), n);
-  return 1;
+  const auto padding = static_cast<std::size_t>(DibStride(Width(), 8)) - n;
+  // Bottom row first, both buffers walked forwards through memory. The padding keeps the 255
+  // of a mask created with 255, without filling the pixels first.
+  return mask->CreateMaskRows(Width(), Height(),
+                              [&](BYTE* row, int y) {
+                                grayRow(RowOf(*this, y), row, n);
+                                std::memset(row + n, 255, padding);
+                              })
+             ? 1
+             : 0;
 }
 
 COLORREF CPicture::GetAverageColor(CRect rect) {

@@ -62,6 +62,12 @@ void CMask::SetInfoHeader(int width, int height) {
 }
 
 BOOL CMask::CreateMask(int width, int height, BYTE value) {
+  if (!AllocateMask(width, height)) return FALSE;
+  std::memset(m_pBuffer, value, static_cast<std::size_t>(DibStride64(width, 8) * height));
+  return TRUE;
+}
+
+BOOL CMask::AllocateMask(int width, int height) {
   if (width < 1 || height <= 0) return FALSE;
   DeleteObject();
   SetInfoHeader(width, height);
@@ -77,7 +83,6 @@ BOOL CMask::CreateMask(int width, int height, BYTE value) {
     ThrowErrorMessage(text);
     return FALSE;
   }
-  std::memset(m_pBuffer, value, static_cast<std::size_t>(imageSize));
   // The spare row is zeroed so that nothing ever reads indeterminate bytes.
   std::memset(m_pBuffer + imageSize, 0, static_cast<std::size_t>(total - imageSize));
   return TRUE;

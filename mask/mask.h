@@ -45,6 +45,10 @@ class VARDELL_API CMask {
   BOOL IsValid() const noexcept { return m_pBuffer != nullptr; }
   // width >= 1 and height >= 1; fills the pixels (not the spare row after them) with value.
   BOOL CreateMask(int width, int height, BYTE value);
+  // CreateMask with each row written by fillRow(BYTE* row, int y) instead of a fill, bottom row
+  // first (memory order). fillRow must write the whole stride, padding included.
+  template <class FillRow>
+  BOOL CreateMaskRows(int width, int height, FillRow&& fillRow);
   int Width() const noexcept { return m_infoHeader.biWidth; }
   int Height() const noexcept { return m_infoHeader.biHeight; }
   int GetDataWidth() const noexcept { return DibStride(m_infoHeader.biWidth, 8); }
@@ -157,6 +161,8 @@ class VARDELL_API CMask {
   // The codec reader behind LoadMask(path, a, b); bmpFallback FALSE when called from the BMP
   // reader for a file that does not begin with "BM".
   BOOL LoadCodecFile(const CString& path, int a, int b, BOOL bmpFallback);
+  // CreateMask without the fill: the image bytes are left for the caller to write.
+  BOOL AllocateMask(int width, int height);
   void AdoptBuffer(BYTE* buffer) noexcept;
   void WriteGreyPalette() noexcept;
   template <class Fill>
@@ -167,3 +173,10 @@ class VARDELL_API CMask {
   BITMAPINFOHEADER m_infoHeader{};
   RGBQUAD m_palette[256]{};
 };
+
+template <class FillRow>
+BOOL CMask::CreateMaskRows(int width, int height, FillRow&& fillRow) {
+  if (!AllocateMask(width, height)) return FALSE;
+  for (int y = height - 1; y >= 0; --y) fillRow(GetLineBuffer(y), y);
+  return TRUE;
+}

@@ -148,8 +148,11 @@ TEST(ColourTransformsTest, GrayInPlaceAndIntoAMask) {
   ASSERT_EQ(p.ConvertToGray(&mask), 1);
   EXPECT_EQ(Snapshot(p), before);
   ASSERT_EQ(mask.GetMaskSize(), CSize(37, 5));
-  for (int y = 0; y < 5; ++y)
-    masked.insert(masked.end(), mask.GetPixel(0, y), mask.GetPixel(37, y));
+  // Whole rows: the padding keeps the 255 the mask is created with.
+  for (int y = 0; y < 5; ++y) {
+    masked.insert(masked.end(), mask.GetPixel(0, y), mask.GetPixel(40, y));
+    grays.insert(grays.begin() + 40 * y + 37, 3, 255);
+  }
   EXPECT_EQ(masked, grays);
   ASSERT_EQ(p.ConvertToGray(), 1);
   EXPECT_EQ(Snapshot(p), expected);
