@@ -150,7 +150,7 @@ TEST(ColourTransformsTest, GrayInPlaceAndIntoAMask) {
   ASSERT_EQ(mask.GetMaskSize(), CSize(37, 5));
   // Whole rows: the padding keeps the 255 the mask is created with.
   for (int y = 0; y < 5; ++y) {
-    masked.insert(masked.end(), mask.GetPixel(0, y), mask.GetPixel(40, y));
+    masked.insert(masked.end(), mask.GetPixel(0, y), mask.GetPixel(0, y) + 40);
     grays.insert(grays.begin() + 40 * y + 37, 3, 255);
   }
   EXPECT_EQ(masked, grays);
