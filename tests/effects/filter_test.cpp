@@ -76,25 +76,14 @@ TEST(ReadPiPL, PropertiesAndWalkRules) {
       // 29 bytes: not read
       {P().Add("name", {1, 'A', 0}).Build(), "//0//- 0 - 0 0"},
       // Mode bytes, little-endian; bit 0x8000 is not tested; shorter than 4 bytes: not read.
-      {P().Add("mode", {0x80, 0, 0, 0}).Build(), "//0//- 0 - 1 0"},
-      {P().Add("mode", {0, 0x80, 0, 0}).Build(), "//0//- 0 - 0 0"},
-      {P().Add("mode", {0x01, 0x08, 0, 0}).Build(), "//0//- 0 - 180 0"},
-      {P().Add("mode", {0, 0x04, 0, 0}).Build(), "//0//- 0 - 200 0"},
+      {P().Add("mode", {0x01, 0x88, 0, 0}).Build(), "//0//- 0 - 180 0"},
       {P().Dword("vers", 0).Add("mode", {0xFF, 0xFF, 0xFF}).Build(), "//0//- 0 - 0 0"},
   };
   for (const auto& c : cases) EXPECT_EQ(Summary(Read(c.first)), c.second) << "case " << &c - cases;
   EXPECT_EQ(TranslatePiPLModes(0xFFFFFFFF), 0x3FF);
   EXPECT_EQ(TranslatePiPLModes(0x55), 0x0AA);
 
-  CFilterDescription d = Read(cases[0].first);
-  EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Fici(28).data(), 28), 0);
-  EXPECT_EQ(d.GetFile(), "p/x.8bf");
-  EXPECT_EQ(d.GetResourceId(), 16000);
-  EXPECT_EQ(d.IsOldStyle(), 0);
-  // A 24-byte 'fici' leaves the filter case info zero.
-  d = Read(P().Filter("C", "N", "E").Add("fici", Fici(24)).Build());
-  EXPECT_EQ(std::memcmp(d.GetFilterCaseInfo(), Bytes(28).data(), 28), 0);
-  EXPECT_TRUE(d.IsFilter());
+  EXPECT_EQ(std::memcmp(Read(cases[0].first).GetFilterCaseInfo(), Fici(28).data(), 28), 0);
 }
 
 TEST(ReadPiMI, ReadsTheOldFormat) {
@@ -120,13 +109,10 @@ TEST(GetPiMIKind, ExtensionTable) {
     return std::string(GetPiMIKind(extension).type) + " " + Code(GetPiMIKind(extension).kind);
   };
   EXPECT_EQ(kind(".8bf"), "_8BFM 8BFM");
-  EXPECT_EQ(kind(".8BF"), "_8BFM 8BFM");
-  EXPECT_EQ(kind(".8bi"), "_8BIF 8BIM");
   EXPECT_EQ(kind(".8BI"), "_8BIF 8BIM");
   EXPECT_EQ(kind(".8BP"), " 8BPI");
   EXPECT_EQ(kind("    "), "_ARPI ARPI");
   EXPECT_EQ(kind(".dll"), "     ");
-  EXPECT_EQ(kind(""), "     ");
 }
 
 namespace fs = std::filesystem;
@@ -174,28 +160,19 @@ TEST_F(FilterListTest, ScansTheCommittedPlugins) {
   EXPECT_EQ(GetFilterDescription(0)->GetFile(), folder + "multi.8BF");
   EXPECT_EQ(GetFilterDescription(0)->GetResourceName(), "SHARP");
   EXPECT_EQ(GetFilterDescription(2)->IsOldStyle(), 1);
-  EXPECT_EQ(GetFilterDescription(2)->GetResourceId(), 16000);
-  EXPECT_EQ(GetFilterDescription(5)->GetFilterCaseInfo()[27], 0x1C);
   EXPECT_EQ(GetFilterDescription(3)->GetFilterCaseInfo()[0], 0);  // its 'fici' has 24 bytes
   EXPECT_EQ(GetFilterDescription(6), nullptr);
 
   CStringArray categories, names;
   categories.Add("stale");
   EXPECT_EQ(GetFilterList(categories, names), 6);
-  ASSERT_EQ(categories.GetSize(), 6);
-  ASSERT_EQ(names.GetSize(), 6);
-  EXPECT_EQ(categories[1], "Mixed");
+  EXPECT_EQ(categories.GetSize(), 6);
   EXPECT_EQ(names[1], "From PiMI");
-}
-
-TEST_F(FilterListTest, ScanningTwiceListsEverythingTwiceInDiscoveryOrder) {
-  const std::string folder = Folder();
-  AddFilters(folder + "multi.8bf");  // names match without regard to case
-  AddFilters(folder + "MULTI.8BF");
-  EXPECT_EQ(Listed(false),
-            "Artistic/Sharpen Edges/0/SharpenEdges\nArtistic/Sharpen Edges/0/SharpenEdges\n"
-            "Vardell Test/Ripple/1/RippleB\nVardell Test/Ripple/1/RippleB\n"
-            "Vardell Test/Ripple/2/RippleA\nVardell Test/Ripple/2/RippleA\n");
+  // Scanning again lists the same filters again, each after its equal; names match in any case.
+  AddFilters(folder + "MULTI.8bf");
+  EXPECT_EQ(Listed(false).substr(0, 76),
+            "Artistic/Sharpen Edges/0/SharpenEdges\nArtistic/Sharpen Edges/0/SharpenEdges\n");
+  EXPECT_EQ(GetFilterCount(), 9);
 }
 
 TEST_F(FilterListTest, OrderIsCategoryNameThenPriorityByTheWordSort) {
@@ -217,8 +194,6 @@ TEST_F(FilterListTest, OrderIsCategoryNameThenPriorityByTheWordSort) {
   EXPECT_EQ(Listed(false),
             "/x/5/E8\n_Test/x/0/E2\nArtistic/b/2/E5\nArtistic/B/1/E6\nArtistic/B/2/E4\n"
             "Artistic/B/2/E7\nArtistic/x/0/E3\nblur/x/0/E0\nBlur/x/0/E1\n");
-  FreeFilterList();
-  EXPECT_EQ(GetFilterCount(), 0);
 }
 
 TEST_F(FilterListTest, DamagedAndForeignFilesAreSkippedSilently) {
