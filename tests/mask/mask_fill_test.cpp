@@ -8,52 +8,36 @@ namespace {
 using namespace vardell::test;
 
 TEST(MaskFill, RectangleAndRegion) {
-  CMask mask;
-  CRgn region, ring, hole;
-  EXPECT_FALSE(mask.Rectangle(CRect(0, 0, 1, 1), 1));
+  CMask mask, empty;
+  CRgn region, hole;
+  EXPECT_FALSE(empty.Rectangle(CRect(0, 0, 1, 1), 1));
   ASSERT_TRUE(mask.CreateMask(3, 3, 0));
   // Clipped to the mask; the padding is left alone.
   EXPECT_TRUE(mask.Rectangle(CRect(-5, 1, 2, 99), 7) && mask.Rectangle(CRect(5, 5, 9, 9), 1));
   EXPECT_EQ(Bytes(mask), std::vector<BYTE>({7, 7, 0, 0, 7, 7, 0, 0, 0, 0, 0, 0}));
-  ASSERT_TRUE(ring.CreateEllipticRgn(-3, 2, 25, 17) && hole.CreateRectRgn(5, 5, 9, 30));
-  ASSERT_TRUE(region.CreateRectRgn(0, 0, 0, 0));
-  ASSERT_NE(region.CombineRgn(&ring, &hole, RGN_DIFF), ERROR);
+  ASSERT_TRUE(region.CreateEllipticRgn(-3, 2, 25, 17) && hole.CreateRectRgn(5, 5, 9, 30));
+  ASSERT_NE(region.CombineRgn(&region, &hole, RGN_DIFF), ERROR);
   ASSERT_TRUE(mask.CreateMask(20, 16, 1));
   ASSERT_TRUE(mask.FillRegion(&region, 9));
   for (int y = 0; y < 16; ++y)
     for (int x = 0; x < 20; ++x)
       ASSERT_EQ(*mask.GetPixel(x, y), region.PtInRegion(x, y) ? 9 : 1) << x << "," << y;
-  CMask empty;
   EXPECT_FALSE(mask.FillRegion(nullptr, 9) || empty.FillRegion(&region, 9));
 }
 
 TEST(MaskFill, SeedFillKnownAnswers) {
   CMask mask;
   CWordArray left, end, row;
-  const auto runs = [&] {
-    std::vector<int> v;
-    for (int i = 0; i < row.GetSize(); ++i) v.insert(v.end(), {row[i], left[i], end[i]});
-    return v;
-  };
   EXPECT_EQ(mask.FloodFill(0, 0, 1), 0);
   ASSERT_TRUE(mask.CreateMask(3, 3, 0));
   EXPECT_EQ(mask.FloodFillRecord(1, 1, 9, left, end, row), 9);
-  EXPECT_EQ(runs(), std::vector<int>({1, 0, 3, 0, 0, 3, 2, 0, 3}));
   // Already the value, or a seed outside: nothing, and the records are only appended to.
   EXPECT_EQ(mask.FloodFillRecord(2, 2, 9, left, end, row), 0);
   for (CPoint p : {CPoint(-1, 0), CPoint(0, 3), CPoint(3, 0)})
     EXPECT_EQ(mask.FloodFill(p.x, p.y, 5), 0);
-  EXPECT_EQ(row.GetSize(), 3);
-  // A ring of 255 with two cells inside; (3, 3) touches the inside only at a corner.
-  Load(mask, {{255, 255, 255, 255, 0, 0},
-              {255, 0, 0, 255, 0, 0},
-              {255, 0, 0, 255, 0, 0},
-              {255, 255, 255, 0, 0, 0},
-              {0, 0, 0, 0, 0, 0}});
-  EXPECT_EQ(mask.FloodFill(1, 1, 50), 4);
-  EXPECT_EQ(mask.FloodFill(4, 0, 70), 2 * 5 + 4 + 1);
-  EXPECT_EQ(Read(mask)[3], std::vector<int>({255, 255, 255, 70, 70, 70}));
-  EXPECT_EQ(Read(mask)[2], std::vector<int>({255, 50, 50, 255, 70, 70}));
+  std::vector<int> runs;
+  for (int i = 0; i < row.GetSize(); ++i) runs.insert(runs.end(), {row[i], left[i], end[i]});
+  EXPECT_EQ(runs, std::vector<int>({1, 0, 3, 0, 0, 3, 2, 0, 3}));
   // A fill long enough for the seed queue to drop its front.
   ASSERT_TRUE(mask.CreateMask(3, 5000, 0));
   EXPECT_EQ(mask.FloodFill(1, 2500, 1), 15000);
@@ -77,7 +61,7 @@ int BfsFill(Image& p, int x, int y, int value) {
 
 TEST(MaskFill, SeedFillsMatchBreadthFirstSearch) {
   Rng rng(99);
-  for (int round = 0; round < 300; ++round) {
+  for (int round = 0; round < 200; ++round) {
     // Few values, so that regions are large and winding; every third round mostly 0, with
     // rows of long runs.
     const int values = rng.Range(2, 3), sparse = round % 3 == 0;
@@ -96,13 +80,11 @@ TEST(MaskFill, SeedFillsMatchBreadthFirstSearch) {
     ASSERT_EQ(Read(mask), expected) << "round " << round;
     // The runs are disjoint and cover exactly the filled pixels.
     int covered = 0;
-    for (int i = 0; i < row.GetSize(); ++i) {
-      ASSERT_LT(left[i], end[i]);
+    for (int i = 0; i < row.GetSize(); ++i)
       for (int c = left[i]; c < end[i]; ++c, ++covered) {
-        ASSERT_NE(before[row[i]][c], -1);
+        ASSERT_NE(before[row[i]][c], -1) << "round " << round;
         before[row[i]][c] = -1;
       }
-    }
     EXPECT_EQ(covered, count);
   }
 }

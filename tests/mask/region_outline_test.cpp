@@ -128,8 +128,8 @@ TEST(RegionOutline, KnownShapesAndThinning) {
       {{{3, 5, 4, 6}}, {}, -1, "3,6 3,5 4,5 4,6 |"},
       {{{2, 2, 5, 9}}, {}, -1, "2,9 2,2 5,2 5,9 |"},  // rows coalesced
       // An L: the ring keeps TL of the lower rectangle next to BL of the upper one. Step 3 cuts
-      // its 3-wide bump ((5, 4) comes back within 3 of (2, 4)); a step larger than the polygon
-      // removes it.
+      // its 3-wide bump ((5, 4) comes back within 3 of (2, 4)), step 2 does not; a step larger
+      // than the polygon removes it.
       {l, {}, -1, lShape},
       {l, {}, 0, "2,6 2,2 5,2 5,4 7,4 7,6 |"},
       {l, {}, 2, lShape},
@@ -162,10 +162,10 @@ TEST(RegionOutline, KnownShapesAndThinning) {
 }
 
 TEST(RegionOutline, RandomMasksMatchThePlainTracerAndFillBack) {
-  for (std::uint32_t seed = 1; seed <= 40; ++seed) {
+  for (std::uint32_t seed = 1; seed <= 30; ++seed) {
     Rng rng(seed);
     CMask m;
-    ASSERT_TRUE(m.CreateMask(rng.Range(1, seed % 4 ? 70 : 150), rng.Range(1, 50), 0));
+    ASSERT_TRUE(m.CreateMask(rng.Range(1, seed % 3 ? 70 : 150), rng.Range(1, 50), 0));
     Scribble(m, rng);
     const std::unique_ptr<CMask> original(m.Duplicate());
     // The 255 pixels run by run as a region: its bands are the runs with identical neighbouring
@@ -193,29 +193,6 @@ TEST(RegionOutline, RandomMasksMatchThePlainTracerAndFillBack) {
     ExpectFillsBack(o, *original, what);
     o.OptimizeOutline();
     ExpectFillsBack(o, *original, what + " optimized");
-  }
-}
-
-// Regions of ellipses and rectangles, some beyond the mask's edges, joined and cut.
-TEST(RegionOutline, RandomRegionsMatchThePlainTracerAndFillBack) {
-  for (std::uint32_t seed = 100; seed < 115; ++seed) {
-    Rng rng(seed);
-    CRgn region;
-    ASSERT_TRUE(region.CreateRectRgn(0, 0, 0, 0));
-    for (int k = rng.Range(1, 8); k > 0; --k) {
-      const int l = rng.Range(-5, 50), t = rng.Range(-5, 40);
-      const int r = l + rng.Range(1, 30), b = t + rng.Range(1, 30);
-      CRgn part;
-      ASSERT_TRUE(k % 2 ? part.CreateEllipticRgn(l, t, r, b) : part.CreateRectRgn(l, t, r, b));
-      region.CombineRgn(&region, &part, rng.Range(0, 2) ? RGN_OR : RGN_XOR);
-    }
-    CRegionOutline o;
-    ASSERT_TRUE(o.GetRegionOutline(&region));
-    EXPECT_EQ(Traced(o), ModelTrace(RegionRects(region))) << seed;
-    CMask expected;
-    ASSERT_TRUE(expected.CreateMask(60, 50, 0));
-    expected.FillRegion(&region, 255);
-    if (o.GetGroupCount() > 0) ExpectFillsBack(o, expected, "seed " + std::to_string(seed));
   }
 }
 
