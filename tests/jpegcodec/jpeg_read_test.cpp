@@ -9,32 +9,22 @@
 namespace vardell::test {
 namespace {
 
-// The samples at every scale in colour, at three in grey.
-TEST(ReadBitmap, EveryScaleOfTheSamplesEqualsDjpeg) {
+// A sample, and chelsea.bmp (451 x 300, sizes no scale divides) stored as a 4:2:0 JPEG: our sizes
+// truncate and keep the decoder's pixels; other ratios sample the smallest covering scale (2/16 is
+// 1/8).
+TEST(ReadBitmap, ScalesAndRatiosEqualDjpeg) {
   if (!HaveDjpeg()) GTEST_SKIP() << "djpeg not found";
   TempDir dir;
-  for (const auto& [name, size] :
-       {std::pair{"coffee.jpg", CSize(600, 400)}, {"astronaut.jpg", CSize(512, 512)}}) {
-    const std::string path = SamplePath(name);
-    int error = -1;
-    EXPECT_EQ(GetBitmapSize(path.c_str(), &error), size);
-    EXPECT_EQ(error, 0);
-    EXPECT_EQ(GetBitmapSize(path.c_str(), nullptr), size);
-    for (int m = 1; m <= 16; ++m) ExpectLikeDjpeg(path, size, m, 8, m, FALSE, dir);
-    for (int m : {8, 3, 13}) ExpectLikeDjpeg(path, size, m, 8, m, TRUE, dir);
-  }
-}
-
-// chelsea.bmp (451 x 300, sizes no scale divides) stored as a 4:2:0 JPEG: our sizes truncate and
-// keep the decoder's pixels; other ratios sample the smallest covering scale (2/16 is 1/8).
-TEST(ReadBitmap, OddSizesAndOtherRatios) {
-  if (!HaveDjpeg()) GTEST_SKIP() << "djpeg not found";
-  TempDir dir;
+  const std::string coffee = SamplePath("coffee.jpg");
+  int error = -1;
+  EXPECT_EQ(GetBitmapSize(coffee.c_str(), &error), CSize(600, 400));
+  EXPECT_EQ(error, 0);
+  for (int m : {1, 8, 16}) ExpectLikeDjpeg(coffee, CSize(600, 400), m, 8, m, FALSE, dir);
+  ExpectLikeDjpeg(coffee, CSize(600, 400), 3, 8, 3, TRUE, dir);
   Dib bmp = LoadBmp(SamplePath("chelsea.bmp"));
   const std::string path = dir.File("chelsea.jpg");
   ASSERT_TRUE(StoreBitmap(bmp.bits.data(), CSize(451, 300), path.c_str(), 0, 0, 85));
-  for (int m = 1; m <= 16; ++m) ExpectLikeDjpeg(path, CSize(451, 300), m, 8, m, FALSE, dir);
-  for (auto [num, den, m] : {std::tuple{2, 16, 1}, {1, 3, 3}, {2, 3, 6}, {5, 2, 16}, {100, 301, 3}})
+  for (auto [num, den, m] : {std::tuple{5, 8, 5}, {2, 16, 1}, {2, 3, 6}, {5, 2, 16}})
     ExpectLikeDjpeg(path, CSize(451, 300), num, den, m, FALSE, dir);
 }
 
@@ -67,25 +57,23 @@ std::string CmykJpeg(const TempDir& dir, J_COLOR_SPACE space) {
   return path;
 }
 
+// Four-component files become RGB as djpeg makes it; their grey is that RGB's luma.
 TEST(ReadBitmap, CmykAndYcckBecomeRgbLikeDjpeg) {
   if (!HaveDjpeg()) GTEST_SKIP() << "djpeg not found";
   TempDir dir;
   for (J_COLOR_SPACE space : {JCS_CMYK, JCS_YCCK}) {
     const std::string path = CmykJpeg(dir, space);
-    for (int m : {8, 4}) {
-      ExpectLikeDjpeg(path, CSize(67, 45), m, 8, m, FALSE, dir);
-      const Dib ours = Ours(path, m, 8);
-      const Dib gray = Ours(path, m, 8, TRUE);
-      ASSERT_EQ(gray.width, ours.width);
-      int worst = 0;
-      for (int y = 0; y < ours.height; ++y)
-        for (int x = 0; x < ours.width; ++x) {
-          const BYTE* p = ours.At(x, y);
-          const double luma = 0.299 * p[2] + 0.587 * p[1] + 0.114 * p[0];
-          worst = std::max(worst, int(std::lround(std::abs(*gray.At(x, y) - luma))));
-        }
-      EXPECT_LE(worst, 1);
-    }
+    ExpectLikeDjpeg(path, CSize(67, 45), 4, 8, 4, FALSE, dir);
+    const Dib ours = Ours(path, 4, 8), gray = Ours(path, 4, 8, TRUE);
+    ASSERT_EQ(gray.width, ours.width);
+    int worst = 0;
+    for (int y = 0; y < ours.height; ++y)
+      for (int x = 0; x < ours.width; ++x) {
+        const BYTE* p = ours.At(x, y);
+        const double luma = 0.299 * p[2] + 0.587 * p[1] + 0.114 * p[0];
+        worst = std::max(worst, int(std::lround(std::abs(*gray.At(x, y) - luma))));
+      }
+    EXPECT_LE(worst, 1);
   }
 }
 
@@ -96,18 +84,15 @@ TEST(ReadBitmap, GrayFileIsReplicatedInto24Bits) {
     for (int x = 0; x < 37; ++x) gray.Row(y)[x] = BYTE(x * 7 + y * 3);
   const std::string path = dir.File("gray.jpg");
   ASSERT_TRUE(StoreBitmap(gray.bits.data(), CSize(37, 23), path.c_str(), 0, 1, 90));
-  for (int m : {8, 5}) {
-    const Dib g = Ours(path, m, 8, TRUE);
-    const Dib c = Ours(path, m, 8);
-    ASSERT_EQ(c.width, 37 * m / 8);
-    ASSERT_EQ(g.width, c.width);
-    int bad = 0;
-    for (int y = 0; y < c.height; ++y)
-      for (int x = 0; x < c.width; ++x)
-        for (int k = 0; k < 3; ++k) bad += c.At(x, y)[k] != *g.At(x, y);
-    EXPECT_EQ(bad, 0) << m;
-    if (HaveDjpeg()) ExpectLikeDjpeg(path, CSize(37, 23), m, 8, m, TRUE, dir);
-  }
+  const Dib g = Ours(path, 5, 8, TRUE), c = Ours(path, 5, 8);
+  ASSERT_EQ(c.width, 37 * 5 / 8);
+  ASSERT_EQ(g.width, c.width);
+  int bad = 0;
+  for (int y = 0; y < c.height; ++y)
+    for (int x = 0; x < c.width; ++x)
+      for (int k = 0; k < 3; ++k) bad += c.At(x, y)[k] != *g.At(x, y);
+  EXPECT_EQ(bad, 0);
+  if (HaveDjpeg()) ExpectLikeDjpeg(path, CSize(37, 23), 5, 8, 5, TRUE, dir);
 }
 
 }  // namespace
