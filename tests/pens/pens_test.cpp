@@ -29,25 +29,16 @@ std::string MakeStyle(const TempDir& dir, int w, int h, BYTE value = 255) {
   return path;
 }
 
-// A picture whose every pixel differs from its neighbours.
+// A picture of seeded pixels.
 void MakePattern(CPicture& picture, int w, int h) {
   picture.CreatePicture(w, h, 0);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      BYTE* p = picture.GetPixel(x, y);
-      p[0] = static_cast<BYTE>(x * 7 + y);
-      p[1] = static_cast<BYTE>(y * 5 + x * 3);
-      p[2] = static_cast<BYTE>(x ^ y);
-    }
+  Rng rng(w * h);
+  for (int i = 0; i < picture.GetDataSize(); ++i) picture.GetBuffer()[i] = rng.Byte();
 }
 
 bool SamePixels(const CPicture& a, const CPicture& b) {
-  if (a.GetPictureSize() != b.GetPictureSize()) return false;
-  const CSize s = a.GetPictureSize();
-  for (int y = 0; y < s.cy; ++y)
-    if (std::memcmp(a.GetLineBuffer(y), b.GetLineBuffer(y), static_cast<size_t>(s.cx) * 3) != 0)
-      return false;
-  return true;
+  return a.GetDataSize() == b.GetDataSize() &&
+         std::memcmp(a.GetBuffer(), b.GetBuffer(), a.GetDataSize()) == 0;
 }
 
 // The pen given its target (with a source picture and a target mask when asked) and its style.
@@ -143,8 +134,7 @@ TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
   const std::string style = MakeStyle(dir, 16, 16, 180);
   CPicture first, second, third;
   MakePattern(first, 120, 80);
-  first.Duplicate(second);
-  first.Duplicate(third);
+  for (CPicture* p : {&second, &third}) first.Duplicate(*p);
   const auto point = [](int i) { return CPoint(10 + 2 * i, 20 + i); };
 
   CSoftenPen pen;
@@ -181,9 +171,8 @@ TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
   pen.AddPoint(CPoint(-3, 70), 1);
   pen.AddPoint(CPoint(400, 2), 250);
   pen.m_nProcessed = 2;
-  const std::string doc = dir.File("pen.vfx");
-  ASSERT_TRUE(StoreEffect(doc.c_str(), &pen));
-  std::unique_ptr<CEffectObj> loaded(LoadEffect(doc.c_str()));
+  ASSERT_TRUE(StoreEffect(dir.File("pen.vfx").c_str(), &pen));
+  std::unique_ptr<CEffectObj> loaded(LoadEffect(dir.File("pen.vfx").c_str()));
   auto* copy = dynamic_cast<CDoublePen*>(loaded.get());
   ASSERT_NE(nullptr, copy);
   ASSERT_EQ(2, copy->m_Points.GetSize());
@@ -266,10 +255,8 @@ TEST_F(PenKinds, StrokeStartMarkOnlyForFingerAndModifyPens) {
 
 TEST_F(PenKinds, FingerPicksUpAtAMarkAndBlendsAnUnmarkedPointIntoItsLoad) {
   CPicture a, b, c, original;
-  MakePattern(a, 40, 40);
-  a.Duplicate(b);
-  a.Duplicate(c);
-  a.Duplicate(original);
+  MakePattern(original, 40, 40);
+  for (CPicture* p : {&a, &b, &c}) original.Duplicate(*p);
   // Unmarked first point at full pressure: the load is still the pen colour, laid at 200.
   CFingerPen finger;
   Prepare(finger, &a, Style(10), RGB(200, 10, 90), 10);
