@@ -34,18 +34,13 @@ TEST(ColourTransformsTest, OnePixelKnownAnswers) {
     COLORREF in, out;
     int mmx = 0;
   } cases[] = {
-      {[](CPicture& p) { p.Contrast(0); }, RGB(0, 255, 100), RGB(0, 255, 100)},
-      // Inverted around 128: 256 - v; then 2 (v - 128) + 128.
+      // Inverted around 128: 256 - v.
       {[](CPicture& p) { p.Contrast(-200); }, RGB(0, 255, 100), RGB(255, 1, 156)},
-      {[](CPicture& p) { p.Contrast(100); }, RGB(255, 1, 156), RGB(255, 0, 184)},
       // -201 / 100 truncates towards zero, to -2.
       {[](CPicture& p) { p.Contrast(-301); }, RGB(100, 127, 129), RGB(184, 130, 126)},
       // smallest * 128 < largest: w = 0 clears it.
       {[](CPicture& p) { p.Saturate(0); }, RGB(255, 100, 1), RGB(255, 100, 0)},
-      {[](CPicture& p) { p.Saturate(5); }, RGB(255, 100, 1), RGB(255, 100, 0)},
       {[](CPicture& p) { p.Saturate(-5); }, RGB(255, 100, 1), RGB(255, 107, 0)},
-      {[](CPicture& p) { p.Saturate(50); }, RGB(90, 90, 90), RGB(90, 90, 90)},
-      {[](CPicture& p) { p.Saturate(1000); }, RGB(40, 200, 120), RGB(0, 200, 101)},
       // The truncated whiteness lets the smallest pass the largest.
       {[](CPicture& p) { p.Saturate(-1000); }, RGB(40, 200, 120), RGB(204, 200, 200)},
       // Blue largest, tie of the others: red counts as the middle.
@@ -53,7 +48,6 @@ TEST(ColourTransformsTest, OnePixelKnownAnswers) {
       // Whiteness clamped to 127: a red tint.
       {[](CPicture& p) { p.HueSaturate(0, 0); }, RGB(100, 100, 100), RGB(100, 99, 99)},
       {[](CPicture& p) { p.Hue(120); }, RGB(255, 0, 1), RGB(0, 255, 0)},  // hue 360 wraps
-      {[](CPicture& p) { p.HueSaturate(-120, -1000); }, RGB(200, 100, 100), RGB(198, 198, 200)},
       // The MMX path takes the offsets as 16-bit words: equal within them, wrapped beyond.
       {[](CPicture& p) { p.Brightness(-30); }, RGB(100, 100, 100), RGB(70, 70, 70), 1},
       {[](CPicture& p) { p.AdjustColors(65536 + 5, 20, -65536 - 200); }, RGB(100, 100, 100),
@@ -82,7 +76,7 @@ TEST(ColourTransformsTest, TablesBrightnessAndHueMatchTheirDefinitions) {
   EXPECT_EQ(p.Transform(nullptr, nullptr, nullptr), 1);
   EXPECT_EQ(Snapshot(p), before);
   EnableMMX(0);
-  for (int b : {0, 17, -40, 255, -300, INT_MAX, INT_MIN}) {
+  for (int b : {-40, INT_MAX, INT_MIN}) {
     BYTE t[256];
     for (int i = 0; i < 256; ++i)
       t[i] = static_cast<BYTE>(std::clamp<long long>(i + 0LL + b, 0, 255));
@@ -92,11 +86,18 @@ TEST(ColourTransformsTest, TablesBrightnessAndHueMatchTheirDefinitions) {
     for (int& v : px) v = t[v];
     const auto expected = WithChannels(p, px);
     ASSERT_EQ(p.Brightness(b) + q.Transform(t, t, t), 2);
-    ASSERT_EQ(Snapshot(p), expected) << b;
-    ASSERT_EQ(Snapshot(q), expected) << b;
+    ASSERT_TRUE(Snapshot(p) == expected && Snapshot(q) == expected) << b;
   }
-  for (int dh : {0, 37, -400, 360}) {
-    FillRandom(p, 31, 5, 653);
+  // Hue on every colour of a grid of step 5 (every channel order, ties, gray and black), against
+  // RGBToHWV from its definition.
+  p.CreatePicture(52 * 52, 52, 0);
+  for (int y = 0; y < 52; ++y)
+    for (int x = 0; x < 52 * 52; ++x) {
+      BYTE* px = p.GetPixel(x, y);
+      px[0] = static_cast<BYTE>(5 * (x % 52)), px[1] = static_cast<BYTE>(5 * (x / 52));
+      px[2] = static_cast<BYTE>(5 * y);
+    }
+  for (int dh : {0, -400}) {
     auto px = Channels(p);
     for (std::size_t i = 0; i < px.size(); i += 3) {
       const auto c = SlowRgbToHwv(px[i + 2], px[i + 1], px[i]);
@@ -111,10 +112,8 @@ TEST(ColourTransformsTest, TablesBrightnessAndHueMatchTheirDefinitions) {
 }
 
 TEST(ColourTransformsTest, ColorAdjustRunsItsStepsInOrder) {
-  const int cases[][7] = {{10, 20, 30, 40, 5, -5, 9},
-                          {0, 0, 0, 25, 0, 0, 0},
-                          {-7, 0, 45, 0, 0, 3, 0},
-                          {0, -30, 0, 0, 0, 0, 0}};
+  const int cases[][7] = {
+      {10, 20, 30, 40, 5, -5, 9}, {0, 0, 0, 25, 0, 0, 0}, {-7, 0, 45, 0, 0, 3, 0}};
   for (const auto& a : cases) {
     CPicture p, q;
     FillRandom(p, 13, 6, 655);
@@ -165,7 +164,6 @@ TEST(ColourTransformsTest, AverageColourAndColourDifference) {
   p.ClearPicture(CRect(0, 0, 1, 1), RGB(200, 100, 50));
   p.ClearPicture(CRect(1, 0, 2, 1), RGB(101, 0, 0));
   // The rectangle is inclusive.
-  EXPECT_EQ(p.GetAverageColor(CRect(0, 0, 0, 0)), RGB(200, 100, 50));
   EXPECT_EQ(p.GetAverageColor(CRect(0, 0, 1, 0)), RGB(150, 50, 25));
   EXPECT_EQ(p.GetAverageColor(CRect(-5, -5, 1, 1)), RGB(75, 25, 12));
   EXPECT_EQ(p.GetAverageColor(CRect(10, 10, 20, 20)), 0u);
@@ -175,7 +173,6 @@ TEST(ColourTransformsTest, AverageColourAndColourDifference) {
     return std::vector<int>({h, s, v});
   };
   EXPECT_EQ(difference(RGB(255, 0, 0), RGB(255, 0, 0)), std::vector<int>({0, 0, 0}));
-  EXPECT_EQ(difference(RGB(10, 200, 30), RGB(10, 200, 30))[0], 0);
   // v: half of 128 - 255, towards minus infinity; s: 200, 99, 99 after the hue step.
   EXPECT_EQ(difference(RGB(255, 0, 0), RGB(0, 128, 0)), std::vector<int>({120, 0, -64}));
   EXPECT_EQ(difference(RGB(200, 100, 100), RGB(100, 100, 100)), std::vector<int>({0, -65, -50}));
@@ -192,7 +189,6 @@ TEST(ColourTransformsTest, MasksFromAColourAndARange) {
   };
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 0)), (std::vector<int>{0, 255, 0, 0, 0}));
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 1)), (std::vector<int>{255, 0, 255, 255, 255}));
-  EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 0, 0, 255)), (std::vector<int>{0, 0, 0, 0, 0}));
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 1, 3, 1)), (std::vector<int>{3, 1, 3, 3, 3}));
   // 8..11 selected, 12 not; 7 not.
   EXPECT_EQ(row(p.CreateMask(RGB(10, 20, 30), 2, 0, 255)), (std::vector<int>{0, 255, 255, 255, 0}));

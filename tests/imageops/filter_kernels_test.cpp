@@ -21,7 +21,7 @@ std::vector<BYTE> Random(Rng& rng, std::size_t n) {
 
 TEST(FilterKernelsTest, BoxRowTwinsAgree) {
   Rng rng(611);
-  for (int r : {1, 2, 3, 5, 8, 64, 65, 128, 130})
+  for (int r : {1, 2, 5, 64, 65, 128, 130})
     for (std::size_t n = 0; n < 36; ++n) {
       const auto padded = Random(rng, 3 * (n + 2 * r + 1));
       const BYTE* q = padded.data() + 3 * r;
@@ -36,7 +36,7 @@ TEST(FilterKernelsTest, BoxRowTwinsAgree) {
 
 TEST(FilterKernelsTest, BoxStepTwinsAgreeOnAnySums) {
   Rng rng(612);
-  for (int trial = 0; trial < 300; ++trial) {
+  for (int trial = 0; trial < 200; ++trial) {
     const int r = trial % 3 == 0 ? rng.Range(1, 140) : rng.Range(1, 4);
     const std::size_t n = static_cast<std::size_t>(trial % 40);
     std::vector<std::uint16_t> sums(n);

@@ -34,7 +34,7 @@ std::vector<BYTE> ReferenceLight(const CPicture& p, CPoint from, CPoint to, int 
 
 TEST(LightTest, MatchesTheDefinitionOnRandomBeams) {
   Rng rng(670);
-  for (int trial = 0; trial < 60; ++trial) {
+  for (int trial = 0; trial < 40; ++trial) {
     CPicture p;
     FillRandom(p, 30, 20, 671 + trial);
     const CPoint from(rng.Range(-10, 40), rng.Range(-10, 30)),
