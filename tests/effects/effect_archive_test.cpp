@@ -159,22 +159,14 @@ TEST_F(EffectArchive, WrongClassesReferencesAndMasksAreRefused) {
 }
 
 TEST_F(EffectArchive, NestingIsLimited) {
-  for (int levels : {CMultiEffects::kMaxNesting, CMultiEffects::kMaxNesting + 1}) {
-    auto outer = std::make_unique<CMultiEffects>();
-    CMultiEffects* inner = outer.get();
-    for (int i = 1; i < levels; ++i) {
-      auto* next = new CMultiEffects;
-      inner->AddEffect(next);
-      inner = next;
-    }
-    inner->AddEffect(new CCountedEffect);
-    const Bytes stored = Store(*outer);
-    outer.reset();
-    if (levels == CMultiEffects::kMaxNesting)
-      EXPECT_NE(Load(stored), nullptr);
-    else
-      ExpectRefused(stored, CArchiveException::genericException);
-  }
+  // Lists each holding the next, the last holding a null child.
+  const auto nest = [](int levels) {
+    Bytes b = NewClass(1, "CMultiEffects") + BasePart(1, 0, "m") + B({1, 0});
+    for (int i = 1; i < levels; ++i) b = b + B({0x01, 0x80}) + BasePart(1, 0, "m") + B({1, 0});
+    return b + B({0, 0});
+  };
+  EXPECT_NE(Load(nest(CMultiEffects::kMaxNesting)), nullptr);
+  ExpectRefused(nest(CMultiEffects::kMaxNesting + 1), CArchiveException::genericException);
 }
 
 }  // namespace

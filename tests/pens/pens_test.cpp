@@ -307,6 +307,7 @@ TEST_F(PenKinds, MaskPensPaintTheTargetMask) {
   mask.Duplicate(&expected);
   CMaskSoftenPen soften;
   Prepare(soften, &picture, Style(4), 0, 10);
+  EXPECT_EQ(0, soften.SetPaperSize());  // no target mask: nothing to measure
   EXPECT_FALSE(soften.CanExecute());
   Prepare(soften, &picture, Style(4), 0, 10, nullptr, &mask);
   Paint(soften, {{CPoint(20, 20), 0}});
