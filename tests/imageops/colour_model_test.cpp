@@ -44,10 +44,16 @@ TEST(ColourModelTest, ReciprocalDivisionAtEveryMultiple) {
 }
 
 TEST(ColourModelTest, KnownAnswersTieRulesAndTables) {
-  EXPECT_EQ(Hwv(255, 0, 1), std::vector<int>({360, 0, 255}));  // the truncation gives 360
-  EXPECT_EQ(Hwv(100, 100, 100), std::vector<int>({0, 128, 100}));
-  EXPECT_EQ(Hwv(0, 200, 200)[0], 180);  // green wins the tie with blue
-  EXPECT_EQ(Hwv(0, 0, 200)[0], 240);
+  // One colour of each sector; red wins its ties, green its tie with blue; (255, 0, 1): the
+  // truncation gives 360; (255, 254, 253): half-way whiteness.
+  const int known[][6] = {
+      {200, 100, 50, 20, 32, 200},  {7, 3, 5, 326, 55, 7},        {50, 200, 100, 140, 32, 200},
+      {100, 200, 50, 100, 32, 200}, {50, 100, 200, 220, 32, 200}, {100, 50, 200, 260, 32, 200},
+      {200, 200, 0, 60, 0, 200},    {200, 0, 200, 300, 0, 200},   {0, 200, 200, 180, 0, 200},
+      {255, 0, 1, 360, 0, 255},     {100, 100, 100, 0, 128, 100}, {255, 254, 253, 29, 127, 255}};
+  for (const auto& k : known)
+    EXPECT_EQ(Hwv(BYTE(k[0]), BYTE(k[1]), BYTE(k[2])), std::vector<int>({k[3], k[4], k[5]}))
+        << k[0] << "," << k[1] << "," << k[2];
   const auto& t = vardell::hwv::Tables();
   EXPECT_TRUE(vardell::hwv::TablesBuilt());
   for (int h = 0; h < 60; ++h)

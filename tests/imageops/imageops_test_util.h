@@ -1,5 +1,4 @@
-// Helpers of the image-operation tests: seeded pictures, whole-buffer snapshots, and the HWV
-// model written straight from its definition in double precision (slow, for comparison).
+// Helpers of the image-operation tests: seeded pictures and whole-buffer snapshots.
 #pragma once
 
 #include "picture/picture.h"
@@ -47,37 +46,6 @@ inline std::vector<BYTE> WithChannels(const CPicture& p, const std::vector<int>&
     s[(p.Height() - 1 - i / (3 * p.Width())) * p.GetDataWidth() + i % (3 * p.Width())] =
         static_cast<BYTE>(px[i]);
   return s;
-}
-
-struct SlowHwv {
-  int hue, whiteness, value;
-};
-
-// RGBToHWV from its definition: double-precision steps, the tie rules, the sector table.
-inline SlowHwv SlowRgbToHwv(int r, int g, int b) {
-  int big, small, c;
-  auto finish = [&](auto sectorHue) -> SlowHwv {
-    const double q = small * 128.0 / big;
-    const int whiteness = static_cast<int>(q + 0.5);
-    if (whiteness == 128) return {0, 128, big};
-    const auto x =
-        static_cast<std::uint16_t>(static_cast<int>(big - (big - c) * 128 / (128 - q) + 0.5));
-    return {static_cast<int>(sectorHue(x)), whiteness, big};
-  };
-  if (r >= g && r >= b) {
-    if (r == 0) return {0, 0, 0};
-    big = r;
-    if (g >= b) return small = b, c = g, finish([&](unsigned x) { return x * 60 / r; });
-    return small = g, c = b, finish([&](unsigned x) { return 360 - x * 60 / r; });
-  }
-  if (g >= r && g >= b) {
-    big = g;
-    if (b > r) return small = r, c = b, finish([&](unsigned x) { return x * 60 / g + 120; });
-    return small = b, c = r, finish([&](unsigned x) { return 120 - x * 60 / g; });
-  }
-  big = b;
-  if (g > r) return small = r, c = g, finish([&](unsigned x) { return 240 - x * 60 / b; });
-  return small = g, c = r, finish([&](unsigned x) { return x * 60 / b + 240; });
 }
 
 }  // namespace vardell::test

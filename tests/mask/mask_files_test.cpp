@@ -43,8 +43,7 @@ TEST(MaskFiles, StoredBitmapHasTheFixedPreambleAndReadsBack) {
   ASSERT_TRUE(back.LoadMask(path.c_str()));
   EXPECT_TRUE(CMask::GetMaskSize(CString(path.c_str())) == CSize(5, 3) && Read(back) == Read(mask));
   // The reduced form has no codec picture to read and falls back to the BMP reader.
-  ASSERT_TRUE(back.LoadMask(path.c_str(), 1, 2));
-  EXPECT_EQ(back.GetMaskSize(), CSize(5, 3));
+  EXPECT_TRUE(back.LoadMask(path.c_str(), 1, 2) && back.GetMaskSize() == CSize(5, 3));
   EXPECT_TRUE(errors.texts().empty());
 }
 
@@ -63,10 +62,9 @@ TEST(MaskFiles, JpegThroughTheCodecInGray) {
   ASSERT_TRUE(back.LoadMask(path.c_str()));  // not "BM": the codec reads it
   ASSERT_EQ(back.GetMaskSize(), CSize(16, 8));
   EXPECT_NEAR(*back.GetPixel(2, 3) - *back.GetPixel(13, 3), 127, 4);
-  ASSERT_TRUE(back.LoadMask(path.c_str(), 1, 2));
-  EXPECT_EQ(back.GetMaskSize(), CSize(8, 4));
-  ASSERT_TRUE(back.LoadMask(path.c_str(), 3, 2));  // a >= b reads at full size
-  EXPECT_EQ(back.GetMaskSize(), CSize(16, 8));
+  EXPECT_TRUE(back.LoadMask(path.c_str(), 1, 2) && back.GetMaskSize() == CSize(8, 4));
+  // a >= b reads at full size.
+  EXPECT_TRUE(back.LoadMask(path.c_str(), 3, 2) && back.GetMaskSize() == CSize(16, 8));
   EXPECT_TRUE(errors.texts().empty());
   // A readable header over broken data: one message, and no endless hand-over between readers.
   bytes.resize(bytes.size() * 2 / 3);
