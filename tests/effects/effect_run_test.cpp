@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -31,7 +32,7 @@ class CGatedEffect : public CEffectObj {
   }
 };
 
-TEST(EffectObject, ProtocolOfOneRun) {
+TEST(EffectObject, RunProtocolTerminateAndDestructor) {
   CEffectObj base;
   EXPECT_EQ(base.Execute(), 0);
   EXPECT_EQ(base.Wait(), 1);  // never ran: answers at once
@@ -71,17 +72,12 @@ TEST(EffectObject, ProtocolOfOneRun) {
   effect.m_gate.SetEvent();
   EXPECT_EQ(effect.Wait(), 1);
   EXPECT_EQ(state(), std::make_pair(0, 3));
-}
 
-TEST(EffectObject, TerminateAndDestructorWaitForTheWorker) {
-  CGatedEffect effect;
-  ASSERT_EQ(effect.Execute(), 1);
-  effect.m_started.Lock();
+  // Terminate waits for the worker; the destructor stops it first.
+  start();
   EXPECT_EQ(effect.Terminate(), 1);
   EXPECT_EQ(effect.m_bCancel.load(), 0);  // cleared by the worker at its end
 
-  // Destroyed while running: the destructor stops the worker first (the sanitizers check that
-  // nothing touches the effect afterwards).
   auto* running = new CGatedEffect;
   ASSERT_EQ(running->Execute(), 1);
   running->m_started.Lock();
@@ -96,9 +92,8 @@ using Op = std::function<void(CPicture&)>;
 // mask's edge) and the masked area alone takes its result; mirroring always takes the whole.
 void ExpectSameAs(CEffectObj& effect, const CPicture& original, const Op& op) {
   CPicture byEffect, byOp, masked;
-  original.Duplicate(byEffect);
-  original.Duplicate(masked);
-  CopyWith(original, byOp, op);
+  for (CPicture* p : {&byEffect, &byOp, &masked}) original.Duplicate(*p);
+  op(byOp);
   RunEffect(effect, byEffect);
   EXPECT_EQ(Pixels(byEffect), Pixels(byOp));
   EXPECT_NE(Pixels(byOp), Pixels(original)) << "the case should change the picture";
@@ -206,8 +201,10 @@ class CBeforeProbe : public CEffectObj {
 TEST(EffectClasses, MultiEffectsRunsItsListInOrder) {
   CPicture original, result, softened, both;
   FillRandom(original, 19, 11, 5);
-  CopyWith(original, softened, [](CPicture& p) { p.Soften(2); });
-  CopyWith(softened, both, [](CPicture& p) { p.ColorAdjust(40, 0, 0, 0, 0, 0, 0); });
+  original.Duplicate(softened);
+  softened.Soften(2);
+  softened.Duplicate(both);
+  both.ColorAdjust(40, 0, 0, 0, 0, 0, 0);
   // Soften, then a probe that wants the picture as it is now, then brightness: the children run
   // one after another on each other's results.
   CMultiEffects list;

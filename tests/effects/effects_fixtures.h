@@ -16,7 +16,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -28,12 +27,6 @@ inline void FillRandom(CPicture& p, int width, int height, std::uint32_t seed) {
   p.CreatePicture(width, height, 0);
   Rng rng(seed);
   for (int i = 0; i < p.GetDataSize(); ++i) p.GetBuffer()[i] = rng.Byte();
-}
-
-// A copy of the picture made with the given operation.
-inline void CopyWith(const CPicture& from, CPicture& to, const std::function<void(CPicture&)>& op) {
-  from.Duplicate(to);
-  op(to);
 }
 
 inline std::vector<BYTE> Pixels(const CPicture& p) {

@@ -75,7 +75,6 @@ TEST(GetPiMIKind, ExtensionTable) {
   const auto kind = [](const char* extension) {
     return std::string(GetPiMIKind(extension).type) + " " + Code(GetPiMIKind(extension).kind);
   };
-  EXPECT_EQ(kind(".8bf"), "_8BFM 8BFM");
   EXPECT_EQ(kind(".8BI"), "_8BIF 8BIM");
   EXPECT_EQ(kind(".8BP"), " 8BPI");
   EXPECT_EQ(kind("    "), "_ARPI ARPI");

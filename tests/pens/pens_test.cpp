@@ -19,8 +19,9 @@
 namespace vardell::test {
 namespace {
 
-// An 8-bit BMP pen style of w x h pixels, all of value.
-std::string MakeStyle(const TempDir& dir, int w, int h, BYTE value = 255) {
+// An 8-bit BMP pen style of w x h pixels, all of value, in a folder kept for the whole program.
+std::string MakeStyle(int w, int h, BYTE value = 255) {
+  static const TempDir dir;
   CMask mask;
   mask.CreateMask(w, h, value);
   const std::string path = dir.File("style" + std::to_string(w) + "x" + std::to_string(h) + "_" +
@@ -89,29 +90,28 @@ TEST(PenObject, PointsPackedAsSixteenBitHalvesThatWrap) {
 }
 
 TEST(PenObject, StyleOfZeroSizePassesButThePenRefusesToRun) {
-  TempDir dir;
   ErrorRecorder errors;
   CPicture target;
   target.CreatePicture(20, 20, 0);
   CWaterPen pen;
   pen.SetPictures(&target, nullptr, nullptr);
-  EXPECT_EQ(1, pen.SetPenStyle(dir.File("none.bmp").c_str(), RGB(1, 2, 3), 5));
+  EXPECT_EQ(1, pen.SetPenStyle("no/such/style.bmp", RGB(1, 2, 3), 5));
   // LoadMask may tell about the unreadable file; the size test itself says nothing.
   for (const std::string& text : errors.texts())
     EXPECT_EQ(std::string::npos, text.find("Cannot get the size"));
   EXPECT_FALSE(pen.Execute());
-  pen.SetPenStyle(MakeStyle(dir, 4, 4).c_str(), RGB(1, 2, 3), 5);
+  pen.SetPenStyle(MakeStyle(4, 4).c_str(), RGB(1, 2, 3), 5);
   EXPECT_TRUE(pen.CanExecute());
 }
 
-// Paints one black square with a full-strength water pen; answers the painted rectangle, then the
-// side and corner of the posted message.
+// Paints one black square with a full-strength pen on white; answers the painted rectangle, then
+// the side and corner of the posted message.
+template <class Pen = CWaterPen>
 std::tuple<CRect, WPARAM, CPoint> PaintSquare(CSize target, CSize paper, UINT size, CPoint at) {
-  TempDir dir;
   CPicture picture;
   picture.CreatePicture(target.cx, target.cy, 255);
-  CWaterPen pen;
-  Prepare(pen, &picture, MakeStyle(dir, 8, 8), RGB(0, 0, 0), size);
+  Pen pen;
+  Prepare(pen, &picture, MakeStyle(8, 8), RGB(0, 0, 0), size);
   pen.m_PaperSize = paper;
   const MSG msg = PaintShown(pen, {{at, 255}}, WM_USER + 7);
   CRect painted(0, 0, 0, 0);
@@ -121,17 +121,22 @@ std::tuple<CRect, WPARAM, CPoint> PaintSquare(CSize target, CSize paper, UINT si
   return {painted, msg.wParam, CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam))};
 }
 
-TEST(PenObject, FootprintScaledByTargetOverPaperWithItsCornerAtHalfTheSize) {
+TEST(PenObject, FootprintScaledCornerAtHalfTheSizeAndTheStrokeStartMark) {
   using Square = std::tuple<CRect, WPARAM, CPoint>;
   EXPECT_EQ(PaintSquare(CSize(1600, 1200), CSize(800, 600), 10, CPoint(100, 100)),
             Square(CRect(190, 190, 210, 210), 20, CPoint(190, 190)));
   EXPECT_EQ(PaintSquare(CSize(40, 40), CSize(0, 0), 7, CPoint(20, 20)),
             Square(CRect(17, 17, 24, 24), 7, CPoint(17, 17)));
+  // The stroke-start mark: the water pen takes the point as it is; the finger pen reads
+  // (-6383, -6383), and its posted corner's negative x borrows from y when packed.
+  EXPECT_EQ(PaintSquare(CSize(40, 40), CSize(0, 0), 10, CPoint(10001, 10001)),
+            Square(CRect(0, 0, 0, 0), 10, CPoint(9996, 9996)));
+  EXPECT_EQ(PaintSquare<CFingerPen>(CSize(40, 40), CSize(0, 0), 10, CPoint(10001, 10001)),
+            Square(CRect(0, 0, 0, 0), 10, CPoint(-6388, -6389)));
 }
 
 TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
-  TempDir dir;
-  const std::string style = MakeStyle(dir, 16, 16, 180);
+  const std::string style = MakeStyle(16, 16, 180);
   CPicture first, second, third;
   MakePattern(first, 120, 80);
   for (CPicture* p : {&second, &third}) first.Duplicate(*p);
@@ -165,7 +170,7 @@ TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
 TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
   TempDir dir;
   CDoublePen pen;
-  pen.SetPenStyle(MakeStyle(dir, 6, 5).c_str(), RGB(9, 8, 7), 33);
+  pen.SetPenStyle(MakeStyle(6, 5).c_str(), RGB(9, 8, 7), 33);
   pen.m_PaperSize = CSize(640, 480);
   pen.SetPoints(CPoint(3, 4), CPoint(5, 6));
   pen.AddPoint(CPoint(-3, 70), 1);
@@ -207,13 +212,9 @@ TEST(PenStyles, ReadFromTheProfileAndJoinedToTheCurrentDirectory) {
   EXPECT_EQ(ReadStyles(dir, "[PenStyle]\ncount= 1 \n"), cwd + "\n");
 }
 
-class PenKinds : public ::testing::Test {
- protected:
-  std::string Style(int side) { return MakeStyle(m_dir, side, side); }
-  TempDir m_dir;
-};
+std::string Style(int side) { return MakeStyle(side, side); }
 
-TEST_F(PenKinds, NamesAndSettings) {
+TEST(PenKinds, NamesAndSettings) {
   EXPECT_STREQ("\xC3\xC9\xC6\xAC\xC8\xE1\xBB\xAF\xB1\xCA", CMaskSoftenPen().m_strName);
   CSoftenPen soften;
   soften.SetMode(1);
@@ -237,23 +238,7 @@ TEST_F(PenKinds, NamesAndSettings) {
   EXPECT_EQ(mode(0, 5), "+\xC1\xC1\xB6\xC8 runs");
 }
 
-TEST_F(PenKinds, StrokeStartMarkOnlyForFingerAndModifyPens) {
-  CPicture picture;
-  MakePattern(picture, 50, 50);
-  CFingerPen finger;
-  CWaterPen water;
-  // The finger pen reads (-6383, -6383); its posted corner's negative x borrows from y when
-  // packed. The water pen takes the point as it is.
-  const std::pair<CPenObject*, CPoint> cases[] = {{&finger, CPoint(-6388, -6389)},
-                                                  {&water, CPoint(9996, 9996)}};
-  for (const auto& [pen, corner] : cases) {
-    Prepare(*pen, &picture, Style(4), 0, 10);
-    const MSG msg = PaintShown(*pen, {{CPoint(10001, 10001), 255}});
-    EXPECT_EQ(corner, CPenObject::UnpackPoint(static_cast<DWORD>(msg.lParam)));
-  }
-}
-
-TEST_F(PenKinds, FingerPicksUpAtAMarkAndBlendsAnUnmarkedPointIntoItsLoad) {
+TEST(PenKinds, FingerPicksUpAtAMarkAndBlendsAnUnmarkedPointIntoItsLoad) {
   CPicture a, b, c, original;
   MakePattern(original, 40, 40);
   for (CPicture* p : {&a, &b, &c}) original.Duplicate(*p);
@@ -272,7 +257,7 @@ TEST_F(PenKinds, FingerPicksUpAtAMarkAndBlendsAnUnmarkedPointIntoItsLoad) {
   for (int x = 15; x < 25; ++x) EXPECT_NEAR(*original.GetPixel(x, 17), *c.GetPixel(x, 17), 1);
 }
 
-TEST_F(PenKinds, ClonePenAndUndoPenCopyFromTheirSource) {
+TEST(PenKinds, ClonePenAndUndoPenCopyFromTheirSource) {
   CPicture picture, original, blank, source;
   MakePattern(picture, 300, 300);
   picture.Duplicate(original);
@@ -298,7 +283,7 @@ TEST_F(PenKinds, ClonePenAndUndoPenCopyFromTheirSource) {
   EXPECT_EQ(0u, Px(blank, 24, 24));
 }
 
-TEST_F(PenKinds, MaskPensPaintTheTargetMask) {
+TEST(PenKinds, MaskPensPaintTheTargetMask) {
   CPicture picture;
   picture.CreatePicture(40, 40, 0);
   CMask mask, expected, square;
@@ -324,7 +309,7 @@ TEST_F(PenKinds, MaskPensPaintTheTargetMask) {
   EXPECT_EQ(0, *mask.GetPixel(34, 34));
 }
 
-TEST_F(PenKinds, LimitingMaskConfinesTheFootprint) {
+TEST(PenKinds, LimitingMaskConfinesTheFootprint) {
   CPicture picture;
   picture.CreatePicture(40, 40, 255);
   CMask limit;
@@ -339,7 +324,7 @@ TEST_F(PenKinds, LimitingMaskConfinesTheFootprint) {
   EXPECT_EQ(255, *picture.GetPixel(22, 20));
 }
 
-TEST_F(PenKinds, ModifyPenStartsEveryPointFromTheStrokeSnapshot) {
+TEST(PenKinds, ModifyPenStartsEveryPointFromTheStrokeSnapshot) {
   CPicture once, twice;
   once.CreatePicture(40, 40, 100);
   twice.CreatePicture(40, 40, 100);
