@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
 namespace vardell::test {
 namespace {
@@ -143,17 +144,16 @@ TEST_F(FilterListTest, ScansTheCommittedPlugins) {
 }
 
 TEST_F(FilterListTest, OrderIsCategoryNameThenPriorityByTheWordSort) {
-  const struct {
-    const char *category, *name;
-    int priority;
-  } filters[] = {{"blur", "x", 0},     {"Blur", "x", 0},     {"_Test", "x", 0},
-                 {"Artistic", "x", 0}, {"Artistic", "B", 2}, {"Artistic", "b", 2},
-                 {"Artistic", "B", 1}, {"Artistic", "B", 2}, {"", "x", 5}};
-  for (const auto& f : filters) {  // entry points E0, E1, ... in discovery order
+  const std::tuple<const char*, const char*, std::uint32_t> filters[] = {
+      {"blur", "x", 0},     {"Blur", "x", 0},     {"_Test", "x", 0},
+      {"Artistic", "x", 0}, {"Artistic", "B", 2}, {"Artistic", "b", 2},
+      {"Artistic", "B", 1}, {"Artistic", "B", 2}, {"", "x", 5}};
+  int entry = 0;  // entry points E0, E1, ... in discovery order
+  for (const auto& [category, name, priority] : filters) {
     auto d = std::make_unique<CFilterDescription>("f", 0, 0, "");
     d->ReadPiPL(PiPLBuilder()
-                    .Filter(f.category, f.name, "E" + std::to_string(&f - filters))
-                    .Dword("prty", static_cast<std::uint32_t>(f.priority))
+                    .Filter(category, name, "E" + std::to_string(entry++))
+                    .Dword("prty", priority)
                     .Build());
     InsertFilter(std::move(d));
   }
@@ -166,16 +166,15 @@ TEST_F(FilterListTest, OrderIsCategoryNameThenPriorityByTheWordSort) {
 TEST_F(FilterListTest, DamagedAndForeignFilesAreSkippedSilently) {
   const std::vector<std::uint8_t> good =
       ReadBytes(std::string(VARDELL_TEST_DATA_DIR) + "/plugins/soft_blur.8bf");
-  const fs::path dir = m_dir.path();
-  WriteBytes((dir / "cut.8bf").string(), {good.begin(), good.begin() + good.size() / 2});
-  WriteBytes((dir / "text.8bf").string(), {'h', 'e', 'l', 'l', 'o'});
-  WriteBytes((dir / "empty.8bf").string(), {});
+  const std::string dir = m_dir.path().string() + "/";
+  WriteBytes(dir + "cut.8bf", {good.begin(), good.begin() + good.size() / 2});
+  WriteBytes(dir + "text.8bf", {'h', 'e', 'l', 'l', 'o'});
   std::vector<std::uint8_t> badTree = good;
   for (std::size_t i = 0x400; i < badTree.size(); ++i) badTree[i] ^= 0x5A;
-  WriteBytes((dir / "scrambled.8bf").string(), badTree);
+  WriteBytes(dir + "scrambled.8bf", badTree);
   ErrorRecorder errors;
-  EXPECT_EQ(AddFilters(dir.string() + "/*.8bf"), 0);
-  EXPECT_EQ(AddFilters(dir.string() + "/missing/*.8bf"), 0);
+  EXPECT_EQ(AddFilters(dir + "*.8bf"), 0);
+  EXPECT_EQ(AddFilters(dir + "missing/*.8bf"), 0);
   EXPECT_EQ(GetFilterCount(), 0);
   EXPECT_TRUE(errors.texts().empty());
 }
