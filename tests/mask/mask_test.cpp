@@ -12,8 +12,8 @@ using namespace vardell::test;
 TEST(MaskBuffer, EmptyThenCreatedBottomUpWithHeaderAndPalette) {
   CMask mask;
   EXPECT_TRUE(vardell::ByteTables::Built());
-  EXPECT_TRUE(!mask.IsValid() && !mask.Duplicate() && !mask.Invert());
-  EXPECT_TRUE(mask.GetMaskSize() == CSize(0, 0) && mask.GetMaskRect() == CRect(0, 0, 0, 0));
+  EXPECT_TRUE(!mask.IsValid() && !mask.Duplicate() && !mask.Invert() &&
+              mask.GetMaskSize() == CSize(0, 0) && mask.GetMaskRect() == CRect(0, 0, 0, 0));
   ASSERT_TRUE(mask.CreateMask(5, 3, 7));
   // GetLineBuffer(0) is the last row in memory.
   EXPECT_EQ(mask.GetPixel(4, 2), mask.GetBuffer() + 4);
