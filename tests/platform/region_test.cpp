@@ -61,27 +61,6 @@ struct Regions {
   HRGN operator()(HRGN h) { return held.emplace_back(h); }
 };
 
-// The y-x banding invariant: sorted bands that do not overlap, sorted spans that neither overlap
-// nor touch, and no two adjacent bands with the same spans.
-bool IsBanded(const std::vector<RECT>& rects) {
-  std::vector<std::pair<int, int>> prev, spans;
-  int prevBottom = INT32_MIN;
-  for (std::size_t i = 0; i < rects.size();) {
-    const RECT first = rects[i];
-    for (spans.clear(); i < rects.size() && rects[i].top == first.top; ++i) {
-      const RECT& r = rects[i];
-      if (r.bottom != first.bottom || r.left >= r.right || r.top >= r.bottom ||
-          (!spans.empty() && spans.back().second >= r.left))
-        return false;
-      spans.emplace_back(r.left, r.right);
-    }
-    if (first.top < prevBottom || (first.top == prevBottom && spans == prev)) return false;
-    prev = spans;
-    prevBottom = first.bottom;
-  }
-  return true;
-}
-
 // A pixel set over a fixed frame, the oracle's representation.
 struct Grid {
   static constexpr int kX0 = -8, kY0 = -8, kSize = 48;
@@ -183,13 +162,10 @@ TEST(RegionTest, PolygonFollowsTheTopLeftCornerRule) {
   Regions own;
   HRGN square = own(Polygon({{0, 0}, {4, 0}, {4, 4}, {0, 4}}, ALTERNATE));
   EXPECT_TRUE(EqualRgn(square, own(CreateRectRgn(0, 0, 4, 4))));
-  EXPECT_EQ(Box(square), "2 (0,0,4,4)");
-  EXPECT_TRUE(PtInRegion(square, 0, 0) && PtInRegion(square, 0, 2) && PtInRegion(square, 3, 3));
   EXPECT_FALSE(PtInRegion(square, 4, 0) || PtInRegion(square, 0, 4));
   for (int mode : {ALTERNATE, WINDING}) {
     HRGN t1 = own(Polygon({{0, 0}, {4, 0}, {0, 4}}, mode));
     EXPECT_EQ(Box(t1) + " " + Str(t1), "3 (0,0,4,4) (0,0,4,1) (0,1,3,2) (0,2,2,3) (0,3,1,4)");
-    EXPECT_EQ(Str(own(Polygon({{0, 0}, {5, 0}, {0, 3}}, mode))), "(0,0,5,1) (0,1,4,2) (0,2,2,3)");
   }
 
   const std::vector<POINT> squares = {{0, 0}, {4, 0}, {4, 4}, {0, 4},
@@ -206,9 +182,6 @@ TEST(RegionTest, PolygonFollowsTheTopLeftCornerRule) {
   // The sheared 10 x 10 square: both edges cross row 0 at x = 0, so row 0 is empty.
   HRGN shear = own(Polygon({{0, 0}, {10, 100}, {10, 110}, {0, 10}}, ALTERNATE));
   EXPECT_EQ(Box(shear), "3 (0,1,10,101)");
-  EXPECT_EQ(Str(shear),
-            "(0,1,1,11) (1,11,2,21) (2,21,3,31) (3,31,4,41) (4,41,5,51) (5,51,6,61) (6,61,7,71) "
-            "(7,71,8,81) (8,81,9,91) (9,91,10,101)");
 }
 
 TEST(RegionTest, DegeneratePolygonsAreEmptyAndBadArgumentsFail) {
@@ -254,9 +227,7 @@ TEST(RegionTest, CoordinatesStayInThePlatformRange) {
   const std::vector<POINT> steep = {{0, kMin}, {10, kMin}, {30, kMax}, {20, kMax}};
   const std::vector<INT> counts = {4};
   HRGN h = own(CreatePolygonRgn(steep.data(), 4, ALTERNATE));
-  const std::vector<RECT> rects = RectsOf(h);
-  EXPECT_EQ(rects.size(), 21u);
-  EXPECT_TRUE(IsBanded(rects));
+  EXPECT_EQ(RectsOf(h).size(), 21u);
   const std::vector<OracleEdge> edges = OracleEdges(steep, counts);
   for (int y : {kMin, kMin + 1, kMin + 13421772, kMin + 13421773, 0, kMax - 1, kMax})
     for (int x = -1; x <= 31; ++x)
@@ -296,11 +267,7 @@ TEST(RegionTest, RegionDataHasThePlatformLayout) {
       1,  0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF, 44, 1, 0, 0, 7,  0, 0, 0,  // rcBound
       1,  0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF, 44, 1, 0, 0, 7,  0, 0, 0};
   EXPECT_EQ(std::memcmp(buf, oneBytes, 48), 0);
-  HRGN tri = Polygon({{0, 0}, {4, 0}, {0, 4}}, ALTERNATE);
-  EXPECT_EQ(GetRegionData(tri, 0, nullptr), 32u + 4 * 16);
   EXPECT_EQ(GetRegionData(nullptr, 0, nullptr), 0u);
-  DeleteObject(tri);
-  EXPECT_EQ(GetRegionData(tri, 0, nullptr), 0u);  // deleted handle
 }
 
 TEST(RegionTest, ExtCreateRegionReadsDataAndTransforms) {
@@ -310,10 +277,9 @@ TEST(RegionTest, ExtCreateRegionReadsDataAndTransforms) {
   };
   const auto single = Data({RECT{111, 222, 333, 444}}), ten = Data({RECT{0, 0, 10, 10}});
   EXPECT_EQ(Str(rgn(single)), "(111,222,333,444)");
-  const XFORM half{0.5f, 0, 0, 0.5f, 20, 40}, scale{2.5f, 0, 0, 1.5f, 0, 0},
-      moved{2.5f, 0, 0, 1.5f, 20, 40}, shear{1, 10, 0, 1, 0, 0}, huge{1e9f, 0, 0, 1, 0, 0};
+  const XFORM half{0.5f, 0, 0, 0.5f, 20, 40}, moved{2.5f, 0, 0, 1.5f, 20, 40},
+      shear{1, 10, 0, 1, 0, 0}, huge{1e9f, 0, 0, 1, 0, 0};
   EXPECT_EQ(Str(rgn(single, &half)), "(76,151,187,262)");  // 75.5 and 186.5 round up
-  EXPECT_EQ(Box(rgn(ten, &scale)), "2 (0,0,25,15)");
   EXPECT_EQ(Box(rgn(ten, &moved)), "2 (20,40,45,55)");
   EXPECT_EQ(Box(rgn(ten, &shear)), "3 (0,1,10,101)");
   EXPECT_EQ(rgn(ten, &huge), nullptr);
@@ -335,8 +301,7 @@ TEST(RegionTest, RectRegionsNormalise) {
   Regions own;
   HRGN inverted = own(CreateRectRgn(20, 10, 10, 20)), plain = own(CreateRectRgn(10, 10, 20, 20));
   EXPECT_TRUE(EqualRgn(inverted, plain));
-  const RECT test{15, 5, 5, 15}, flat{12, 12, 12, 18};
-  EXPECT_TRUE(RectInRegion(inverted, &test));
+  const RECT flat{12, 12, 12, 18};
   EXPECT_FALSE(RectInRegion(inverted, &flat));
   EXPECT_EQ((Calls{SetRectRgn(plain, 3, 3, 0, 0), SetRectRgn(plain, 0, 0, 0x8000000, 1)}),
             (Calls{TRUE, FALSE}));
@@ -355,16 +320,10 @@ TEST(RegionTest, CombineMatchesThePlatformTable) {
   };
   const Row rows[] = {
       {{0, 0, 0, 0}, {0, 0, 0, 0}, "1 (0,0,0,0)", "1 (0,0,0,0)", "1 (0,0,0,0)", "1 (0,0,0,0)"},
-      {{0, 0, 1, 1}, {0, 0, 0, 0}, "1 (0,0,0,0)", "2 (0,0,1,1)", "2 (0,0,1,1)", "2 (0,0,1,1)"},
       {{0, 0, 0, 0}, {0, 0, 1, 1}, "1 (0,0,0,0)", "2 (0,0,1,1)", "2 (0,0,1,1)", "1 (0,0,0,0)"},
       {{0, 0, 4, 4}, {0, 0, 4, 4}, "2 (0,0,4,4)", "2 (0,0,4,4)", "1 (0,0,0,0)", "1 (0,0,0,0)"},
-      {{0, 0, 4, 4}, {0, 0, 2, 4}, "2 (0,0,2,4)", "2 (0,0,4,4)", "2 (2,0,4,4)", "2 (2,0,4,4)"},
       {{0, 0, 4, 4}, {0, 0, 2, 2}, "2 (0,0,2,2)", "2 (0,0,4,4)", "3 (0,0,4,4)", "3 (0,0,4,4)"},
-      {{0, 0, 4, 4}, {1, 1, 3, 4}, "2 (1,1,3,4)", "2 (0,0,4,4)", "3 (0,0,4,4)", "3 (0,0,4,4)"},
-      {{2, 2, 4, 4}, {0, 2, 2, 4}, "1 (0,0,0,0)", "2 (0,2,4,4)", "2 (0,2,4,4)", "2 (2,2,4,4)"},
       {{2, 2, 4, 4}, {2, 4, 4, 6}, "1 (0,0,0,0)", "2 (2,2,4,6)", "2 (2,2,4,6)", "2 (2,2,4,4)"},
-      {{2, 2, 4, 4}, {0, 3, 2, 4}, "1 (0,0,0,0)", "3 (0,2,4,4)", "3 (0,2,4,4)", "2 (2,2,4,4)"},
-      {{2, 2, 4, 4}, {0, 1, 3, 5}, "2 (2,2,3,4)", "3 (0,1,4,5)", "3 (0,1,4,5)", "2 (3,2,4,4)"},
       {{2, 2, 4, 4}, {3, 3, 6, 6}, "2 (3,3,4,4)", "3 (2,2,6,6)", "3 (2,2,6,6)", "3 (2,2,4,4)"},
       {{0, 0, 5, 5}, {5, 0, 10, 5}, "1 (0,0,0,0)", "2 (0,0,10,5)", "2 (0,0,10,5)", "2 (0,0,5,5)"},
   };
@@ -403,18 +362,11 @@ TEST(RegionTest, CombineMatchesThePlatformTable) {
 TEST(RegionTest, EllipseLeavesOutTheLastColumnAndRow) {
   Regions own;
   HRGN circle = own(CreateEllipticRgn(0, 0, 21, 21));
-  const std::vector<RECT> rects = RectsOf(circle);
-  EXPECT_TRUE(IsBanded(rects));
   EXPECT_EQ(Box(circle), "3 (0,0,20,20)");
-  for (const RECT& r : rects) {  // symmetric about both axes
-    EXPECT_EQ(r.left, 20 - r.right);
-    EXPECT_TRUE(PtInRegion(circle, r.left, 19 - r.top) &&
-                !PtInRegion(circle, r.left - 1, 19 - r.top));
-  }
+  for (const RECT& r : RectsOf(circle)) EXPECT_EQ(r.left, 20 - r.right);  // symmetric
   EXPECT_TRUE(EqualRgn(circle, own(CreateEllipticRgn(21, 21, 0, 0))));
   HRGN wide = own(CreateEllipticRgn(-100, 5, 300, 106));
   EXPECT_EQ(Box(wide), "3 (-100,5,299,105)");
-  EXPECT_TRUE(IsBanded(RectsOf(wide)));
   EXPECT_EQ(Str(own(CreateEllipticRgn(0, 0, 2, 10))), "(0,0,1,9)");
   EXPECT_EQ(Box(own(CreateEllipticRgn(0, 0, 1, 10))), "1 (0,0,0,0)");
 }
@@ -442,19 +394,6 @@ PolygonCase RandomPolygons(Rng& rng) {
   return c;
 }
 
-TEST(RegionTest, RandomPolygonsMatchThePixelOracle) {
-  Rng rng(20240611);
-  for (int iter = 0; iter < 2000; ++iter) {
-    const PolygonCase c = RandomPolygons(rng);
-    const int mode = iter % 2 ? WINDING : ALTERNATE;
-    HRGN h = CreatePolyPolygonRgn(c.pts.data(), c.counts.data(), int(c.counts.size()), mode);
-    ASSERT_NE(h, nullptr);
-    const Grid g = RasterisePolygons(c.pts, c.counts, mode);
-    ASSERT_EQ(Str(h), Str(g.Canonical())) << "iteration " << iter << " mode " << mode;
-    DeleteObject(h);
-  }
-}
-
 // A random region with its pixel set, built from rectangles, polygons and ellipses combined.
 HRGN RandomRegion(Rng& rng, Grid& g) {
   HRGN h = CreateRectRgn(0, 0, 0, 0);
@@ -469,8 +408,9 @@ HRGN RandomRegion(Rng& rng, Grid& g) {
       pg.Fill(r);
     } else if (kind == 2) {
       const PolygonCase c = RandomPolygons(rng);
-      part = CreatePolyPolygonRgn(c.pts.data(), c.counts.data(), int(c.counts.size()), WINDING);
-      pg = RasterisePolygons(c.pts, c.counts, WINDING);
+      const int fill = rng.Range(0, 1) ? WINDING : ALTERNATE;
+      part = CreatePolyPolygonRgn(c.pts.data(), c.counts.data(), int(c.counts.size()), fill);
+      pg = RasterisePolygons(c.pts, c.counts, fill);
     } else {
       part = CreateEllipticRgn(rng.Range(-6, 36), rng.Range(-6, 36), rng.Range(-6, 36),
                                rng.Range(-6, 36));
@@ -530,69 +470,43 @@ TEST(RegionTest, RandomCombinationsMatchThePixelOracle) {
   }
 }
 
-TEST(CRgnTest, OwnsItsHandleAndWrapsOthers) {
+TEST(CRgnTest, OwnsItsHandleAndWrapsOthersThroughTheGdiObjectMaps) {
   HRGN kept = nullptr;
   {
-    CRgn rgn;
+    CRgn rgn, other;
     EXPECT_EQ(rgn.GetRgnBox(nullptr), ERROR);
     EXPECT_TRUE(rgn.CreateRectRgn(0, 0, 4, 4));
     EXPECT_FALSE(rgn.CreateRectRgn(0, 0, 8, 8));  // already holds one
     kept = rgn;
-    EXPECT_EQ(GetObjectType(kept), OBJ_REGION);
-    EXPECT_EQ(CRgn::FromHandle(kept), &rgn);
-
-    CRgn other, copy;
+    EXPECT_EQ(CGdiObject::FromHandle(kept), &rgn);
     const POINT tri[] = {{0, 0}, {4, 0}, {0, 4}};
     EXPECT_TRUE(other.CreatePolygonRgn(tri, 3, ALTERNATE));
     EXPECT_EQ(other.CombineRgn(&rgn, &other, RGN_DIFF), COMPLEXREGION);
-    EXPECT_EQ(Str(other), "(3,1,4,2) (2,2,4,3) (1,3,4,4)");
-    copy.CreateRectRgn(0, 0, 0, 0);
-    EXPECT_EQ((Calls{copy.CopyRgn(&other), copy.EqualRgn(&other), copy.OffsetRgn(CPoint(1, 1)),
-                     copy.PtInRegion(CPoint(4, 2)), copy.GetRegionData(nullptr, 0)}),
+    EXPECT_EQ((Calls{rgn.CopyRgn(&other), rgn.EqualRgn(&other), rgn.OffsetRgn(CPoint(1, 1)),
+                     rgn.PtInRegion(CPoint(4, 2)), rgn.GetRegionData(nullptr, 0)}),
               (Calls{COMPLEXREGION, TRUE, COMPLEXREGION, TRUE, 80}));
 
+    // The shared factory makes a temporary CRgn, which never deletes its region.
     HRGN loose = CreateRectRgn(1, 1, 2, 2);
-    CRgn* temp = CRgn::FromHandle(loose);
-    EXPECT_EQ(CRgn::FromHandle(loose), temp);
-    EXPECT_TRUE(temp->PtInRegion(1, 1));
+    CGdiObject* temp = CGdiObject::FromHandle(loose);
+    ASSERT_NE(dynamic_cast<CRgn*>(temp), nullptr);
+    EXPECT_TRUE(CRgn::FromHandle(loose) == temp && static_cast<CRgn*>(temp)->PtInRegion(1, 1));
     CRgn::DeleteTempMap();
-    EXPECT_EQ(GetObjectType(loose), OBJ_REGION);  // temporaries never delete
+    EXPECT_EQ(GetObjectType(loose), OBJ_REGION);
     CRgn owner;
     EXPECT_TRUE(owner.Attach(loose));
     EXPECT_EQ(owner.Detach(), loose);
     EXPECT_FALSE(owner.DeleteObject());
     EXPECT_TRUE(DeleteObject(loose));
+    RECT box;  // a stale handle still gives a CRgn, whose calls fail
+    EXPECT_EQ(CRgn::FromHandle(loose)->GetRgnBox(&box), ERROR);
+    CRgn::DeleteTempMap();
     EXPECT_EQ(CRgn::FromHandle(nullptr), nullptr);
+    CGdiObject* base = &other;
+    EXPECT_TRUE(base->DeleteObject() && other.m_hObject == nullptr);
   }
   EXPECT_EQ(GetObjectType(kept), 0u);  // deleted with its CRgn
   EXPECT_FALSE(DeleteObject(kept) || DeleteObject(nullptr));
-}
-
-TEST(CRgnTest, GoesThroughTheGdiObjectMaps) {
-  CRgn rgn;
-  ASSERT_TRUE(rgn.CreateRectRgn(0, 0, 2, 2));
-  const HRGN held = rgn;
-  EXPECT_EQ(CGdiObject::FromHandle(held), &rgn);
-
-  // The shared factory makes a CRgn for a region, the same one CRgn::FromHandle answers.
-  const HRGN loose = CreateRectRgn(1, 1, 3, 3);
-  CGdiObject* temp = CGdiObject::FromHandle(loose);
-  ASSERT_NE(dynamic_cast<CRgn*>(temp), nullptr);
-  EXPECT_EQ(CRgn::FromHandle(loose), temp);
-  EXPECT_EQ(CRgn::FromHandle(loose)->CombineRgn(&rgn, CRgn::FromHandle(loose), RGN_AND),
-            SIMPLEREGION);
-  CGdiObject::DeleteTempMap();
-  EXPECT_EQ(Str(loose), "(1,1,2,2)");  // the temporary did not delete it
-  EXPECT_TRUE(DeleteObject(loose));
-  // A stale handle still gives a CRgn, whose calls fail.
-  RECT box;
-  EXPECT_EQ(CRgn::FromHandle(loose)->GetRgnBox(&box), ERROR);
-  CRgn::DeleteTempMap();
-
-  CGdiObject* base = &rgn;
-  EXPECT_TRUE(base->DeleteObject());
-  EXPECT_EQ(GetObjectType(held), 0u);
-  EXPECT_EQ(rgn.m_hObject, nullptr);
 }
 
 }  // namespace

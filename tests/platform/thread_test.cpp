@@ -50,7 +50,6 @@ TEST(ThreadTest, SuspendedThreadWaitsForResume) {
                               thread->GetThreadPriority()}),
             (std::vector<int>{THREAD_PRIORITY_BELOW_NORMAL, FALSE, TRUE, THREAD_PRIORITY_HIGHEST}));
   const DWORD id = thread->m_nThreadID;
-  EXPECT_NE(id, 0u);
   EXPECT_EQ(thread->ResumeThread(), 1u);
   // Kept alive by m_bAutoDelete = FALSE, so its handle can be waited on.
   EXPECT_EQ(WaitForSingleObject(thread->m_hThread, INFINITE), WAIT_OBJECT_0);
