@@ -55,17 +55,13 @@ TEST_F(XorCanvas, ShapesTwiceRestoreThePicture) {
 
 TEST_F(XorCanvas, DcStateIsRestored) {
   CPen pen(PS_SOLID, 3, RGB(1, 2, 3));
-  CBrush brush(RGB(4, 5, 6));
   CPen* oldPen = m_dc.SelectObject(&pen);
-  CBrush* oldBrush = m_dc.SelectObject(&brush);
   m_dc.SetROP2(R2_MASKPEN);
   DrawXORRect(&m_dc, CRect(1, 1, 5, 5));
   DrawXOREllipse(&m_dc, CRect(1, 1, 5, 5));
   EXPECT_EQ(m_dc.GetROP2(), R2_MASKPEN);
   EXPECT_EQ(m_dc.GetCurrentPen(), &pen);
-  EXPECT_EQ(m_dc.GetCurrentBrush(), &brush);
   m_dc.SelectObject(oldPen);
-  m_dc.SelectObject(oldBrush);
 
   EXPECT_FALSE(DrawXORRect(nullptr, CRect(1, 1, 5, 5)));
   CDC bare;  // a memory DC without a bitmap cannot draw

@@ -34,7 +34,6 @@ TEST(ReadBitmap, BadRatiosAndFilesFailCleanly) {
     EXPECT_EQ(GetBitmapSize(path.c_str(), &error), CSize()) << path;
     EXPECT_EQ(error, code) << path;
     EXPECT_EQ(ReadBitmap(path.c_str(), &w, &h, 1, 1), nullptr) << path;
-    EXPECT_EQ(ReadBitmap(path.c_str(), &w, &h, 1, 2, TRUE), nullptr) << path;
   }
   EXPECT_EQ(GetBitmapSize(nullptr, &error), CSize());
   EXPECT_EQ(error, kJpegCannotOpen);

@@ -79,23 +79,5 @@ TEST(ReadBitmap, CmykAndYcckBecomeRgbLikeDjpeg) {
   }
 }
 
-TEST(ReadBitmap, GrayFileIsReplicatedInto24Bits) {
-  TempDir dir;
-  Dib gray = MakeDib(37, 23, 1);
-  for (int y = 0; y < 23; ++y)
-    for (int x = 0; x < 37; ++x) gray.Row(y)[x] = BYTE(x * 7 + y * 3);
-  const std::string path = dir.File("gray.jpg");
-  ASSERT_TRUE(StoreBitmap(gray.bits.data(), CSize(37, 23), path.c_str(), 0, 1, 90));
-  const Dib g = Ours(path, 5, 8, TRUE), c = Ours(path, 5, 8);
-  ASSERT_EQ(c.width, 37 * 5 / 8);
-  ASSERT_EQ(g.width, c.width);
-  int bad = 0;
-  for (int y = 0; y < c.height; ++y)
-    for (int x = 0; x < c.width; ++x)
-      for (int k = 0; k < 3; ++k) bad += c.At(x, y)[k] != *g.At(x, y);
-  EXPECT_EQ(bad, 0);
-  if (HaveDjpeg()) ExpectLikeDjpeg(path, CSize(37, 23), 5, 8, 5, TRUE, dir);
-}
-
 }  // namespace
 }  // namespace vardell::test

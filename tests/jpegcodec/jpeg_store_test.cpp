@@ -50,6 +50,13 @@ TEST(StoreBitmap, RoundTripAndProgressive) {
       }
     EXPECT_LE(worst, src.bpp == 1 ? 2 : 4);
     EXPECT_LT(total / (300.0 * 451 * src.bpp), 0.25);
+    if (src.bpp == 1) {  // a grey file read in colour repeats its grey in every channel
+      const Dib colour = Ours(dir.File("q100.jpg"), 5, 8),
+                gray = Ours(dir.File("q100.jpg"), 5, 8, 1);
+      ASSERT_EQ(colour.width, gray.width);
+      for (int y = 0; y < gray.height; ++y)
+        for (int x = 0; x < 3 * gray.width; ++x) ASSERT_EQ(colour.Row(y)[x], gray.Row(y)[x / 3]);
+    }
 
     EXPECT_EQ(Frame(Store(src, dir.File("base.jpg"), 0, 80)).first, 0xC0);
     EXPECT_EQ(Frame(Store(src, dir.File("prog.jpg"), 1, 80)).first, 0xC2);
@@ -66,7 +73,6 @@ TEST(StoreBitmap, QualityIsClampedAndZeroMeansDefault) {
   EXPECT_EQ(file(0), file(75));
   EXPECT_EQ(file(250), file(100));
   EXPECT_EQ(file(-4), file(1));
-  EXPECT_LT(file(1).size(), file(100).size());
   EXPECT_EQ(Frame(file(90)).second, 0x11);
   EXPECT_EQ(Frame(file(89)).second, 0x22);
   EXPECT_EQ(Frame(Store(GrayOf(src), dir.File("g.jpg"), 0, 50)).second, 0x11);

