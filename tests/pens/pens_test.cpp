@@ -56,20 +56,6 @@ void Paint(CPenObject& pen, std::initializer_list<std::pair<CPoint, BYTE>> point
   pen.Wait();
 }
 
-// Paints the points with the pen shown on a message window; answers the message it posted.
-MSG PaintShown(CPenObject& pen, std::initializer_list<std::pair<CPoint, BYTE>> points,
-               UINT message = WM_USER) {
-  CWnd wnd;
-  wnd.CreateMessageWindow();
-  pen.SetDisplay(&wnd, message);
-  Paint(pen, points);
-  pen.SetDisplay(nullptr, 0);
-  MSG msg{};
-  EXPECT_TRUE(wnd.PeekPostedMessage(msg));
-  EXPECT_EQ(message, msg.message);
-  return msg;
-}
-
 // The three bytes of pixel (x, y) as one number.
 std::uint32_t Px(const CPicture& p, int x, int y) {
   const BYTE* b = p.GetPixel(x, y);
@@ -113,7 +99,14 @@ std::tuple<CRect, WPARAM, CPoint> PaintSquare(CSize target, CSize paper, UINT si
   Pen pen;
   Prepare(pen, &picture, MakeStyle(8, 8), RGB(0, 0, 0), size);
   pen.m_PaperSize = paper;
-  const MSG msg = PaintShown(pen, {{at, 255}}, WM_USER + 7);
+  CWnd wnd;
+  wnd.CreateMessageWindow();
+  pen.SetDisplay(&wnd, WM_USER + 7);
+  Paint(pen, {{at, 255}});
+  pen.SetDisplay(nullptr, 0);
+  MSG msg{};
+  EXPECT_TRUE(wnd.PeekPostedMessage(msg));
+  EXPECT_EQ(WM_USER + 7u, msg.message);
   CRect painted(0, 0, 0, 0);
   for (int y = 0; y < target.cy; ++y)
     for (int x = 0; x < target.cx; ++x)
