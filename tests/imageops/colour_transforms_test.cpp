@@ -4,8 +4,10 @@
 #include "picture/mmx_switch.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -113,23 +115,24 @@ TEST(ColourTransformsTest, TablesBrightnessAndHueMatchTheirDefinitions) {
 }
 
 TEST(ColourTransformsTest, ColorAdjustRunsItsStepsInOrder) {
-  const int cases[][7] = {
-      {10, 20, 30, 40, 5, -5, 9}, {0, 0, 0, 25, 0, 0, 0}, {-7, 0, 45, 0, 0, 3, 0}};
-  for (const auto& a : cases) {
+  // Offsets, then hue and saturation together, or hue alone, or saturation alone (clipping), then
+  // brightness, then contrast.
+  const std::pair<std::array<int, 7>, void (*)(CPicture&)> cases[] = {
+      {{10, 20, 30, 40, 5, -5, 9},
+       [](CPicture& q) {
+         q.AdjustColors(5, -5, 9), q.HueSaturate(30, 40), q.Brightness(10), q.Contrast(20);
+       }},
+      {{-7, 0, 45, 0, 0, 3, 0},
+       [](CPicture& q) { q.AdjustColors(0, 3, 0), q.Hue(45), q.Brightness(-7); }},
+      {{0, 0, 0, 25, 0, 0, 0}, [](CPicture& q) { q.Saturate(25); }},
+  };
+  for (const auto& [a, steps] : cases) {
     CPicture p, q;
     FillRandom(p, 13, 6, 655);
     FillRandom(q, 13, 6, 655);
     EXPECT_EQ(p.ColorAdjust(a[0], a[1], a[2], a[3], a[4], a[5], a[6]), 1);
-    if (a[4] || a[5] || a[6]) q.AdjustColors(a[4], a[5], a[6]);
-    if (a[2] && a[3])
-      q.HueSaturate(a[2], a[3]);
-    else if (a[2])
-      q.Hue(a[2]);
-    else if (a[3])
-      q.Saturate(a[3]);
-    if (a[0]) q.Brightness(a[0]);
-    if (a[1]) q.Contrast(a[1]);
-    EXPECT_EQ(Snapshot(p), Snapshot(q));
+    steps(q);
+    EXPECT_EQ(Snapshot(p), Snapshot(q)) << a[0];
   }
 }
 
