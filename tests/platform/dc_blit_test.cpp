@@ -83,9 +83,13 @@ TEST(StretchDIBits, RowsFromTheBottomMirroringAndClipping) {
       // Clipped to the surface; stretched 4 -> 8 with only the middle visible, the sampling
       // does not restart at the edge.
       {4, 1, 4, 1, -2, 0, 4, 1, 0, 0, 4, 1, {3, 4, 0, 0}},
-      {4, 1, 4, 1, -2, 0, 8, 1, 0, 0, 4, 1, {2, 2, 3, 3}}};
+      {4, 1, 4, 1, -2, 0, 8, 1, 0, 0, 4, 1, {2, 2, 3, 3}},
+      // Sampling across and down, stretched and shrunk.
+      {3, 1, 5, 1, 0, 0, 5, 1, 0, 0, 3, 1, {1, 1, 2, 3, 3}},
+      {1, 5, 1, 3, 0, 0, 1, 3, 0, 0, 1, 5, {1, 3, 4}}};
   for (const Case& c : cases) {
     MemoryDc dc(c.dw, c.dh);
+    SetStretchBltMode(dc.hdc(), COLORONCOLOR);
     Draw(dc.hdc(), c.xd, c.yd, c.wd, c.hd, c.xs, c.ys, c.ws, c.hs, Ramp(c.sw, c.sh));
     EXPECT_EQ(dc.Pixels(), c.expected) << "case " << &c - cases;
   }
@@ -93,26 +97,6 @@ TEST(StretchDIBits, RowsFromTheBottomMirroringAndClipping) {
   MemoryDc dc(4, 1, 9);
   Draw(dc.hdc(), 0, 0, 4, 1, -1, 0, 4, 1, Ramp(4, 1));
   EXPECT_EQ(dc.Pixels(), (Pixels{9, 1, 2, 3}));
-}
-
-TEST(StretchDIBits, ColorOnColorSampling) {
-  struct Case {
-    int src, dst;
-    std::vector<std::uint32_t> expected;  // source index + 1 for each destination pixel
-  };
-  const Case cases[] = {{3, 5, {1, 1, 2, 3, 3}}, {2, 3, {1, 1, 2}}, {5, 3, {1, 3, 4}}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.src << " -> " << c.dst);
-    const Dib row = Ramp(c.src, 1);
-    MemoryDc across(c.dst, 1);
-    SetStretchBltMode(across.hdc(), COLORONCOLOR);
-    Draw(across.hdc(), 0, 0, c.dst, 1, 0, 0, c.src, 1, row);
-    EXPECT_EQ(across.Pixels(), c.expected);
-    const Dib column = Ramp(1, c.src);
-    MemoryDc down(1, c.dst);
-    Draw(down.hdc(), 0, 0, 1, c.dst, 0, 0, 1, c.src, column);
-    EXPECT_EQ(down.Pixels(), c.expected);
-  }
 }
 
 TEST(StretchDIBits, WorkedRasterOperationBytes) {
