@@ -412,7 +412,7 @@ HRGN RandomRegion(Rng& rng, Grid& g) {
 
 TEST(RegionTest, RandomCombinationsMatchThePixelOracle) {
   Rng rng(77);
-  for (int iter = 0; iter < 1200; ++iter) {
+  for (int iter = 0; iter < 800; ++iter) {
     Grid ga, gb;
     Regions own;
     HRGN a = own(RandomRegion(rng, ga)), b = own(RandomRegion(rng, gb));
