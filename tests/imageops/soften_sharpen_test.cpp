@@ -26,7 +26,7 @@ std::vector<int> ReferenceSharpen(const CPicture& p, int k) {
 
 TEST(SoftenSharpenTest, BothSoftenVariantsAndSharpenMatchTheirDefinitions) {
   EnableMMX(0);
-  const int sizes[][2] = {{1, 1}, {1, 9}, {9, 1}, {3, 3}, {40, 23}};
+  const int sizes[][2] = {{1, 1}, {1, 9}, {9, 1}, {3, 3}, {17, 9}, {40, 23}};
   std::uint32_t seed = 620;
   for (const auto& [w, h] : sizes) {
     CPicture p;
