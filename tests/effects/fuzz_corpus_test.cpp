@@ -37,7 +37,6 @@ int RunCorpus(const std::vector<Bytes>& seeds, std::uint32_t seed, int rounds, i
         f[rng.Range(0, last)] = rng.Byte();
     }
     if (rng.Range(0, 5) == 0) f.resize(rng.Range(0, last + 1));
-    SCOPED_TRACE("round " + std::to_string(round));
     taken += target(f);
   }
   return taken;

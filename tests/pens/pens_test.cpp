@@ -65,16 +65,6 @@ std::uint32_t Px(const CPicture& p, int x, int y) {
 // A point carrying the stroke-start mark.
 CPoint Marked(int x, int y) { return CPoint(x + 16384, y + 16384); }
 
-TEST(PenObject, PointsPackedAsSixteenBitHalvesThatWrap) {
-  CPenObject pen;
-  pen.AddPoint(CPoint(40000, 5), 9);
-  pen.AddPoint(CPoint(-1, 5), 10);
-  ASSERT_EQ(2, pen.m_Points.GetSize());
-  EXPECT_EQ(CPoint(-25536, 5), CPenObject::UnpackPoint(pen.m_Points[0]));
-  // A negative x borrows from y.
-  EXPECT_EQ(CPoint(-1, 4), CPenObject::UnpackPoint(pen.m_Points[1]));
-}
-
 TEST(PenObject, StyleOfZeroSizePassesButThePenRefusesToRun) {
   ErrorRecorder errors;
   CPicture target;
@@ -160,14 +150,14 @@ TEST(PenObject, ResetRepaintsTheWholeQueueAndAppendsWhileRunningAreKept) {
   EXPECT_TRUE(SamePixels(first, third));
 }
 
-TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
+TEST(PenObject, PointsPackedAndSerializedWithTheStrokeAndTheShape) {
   TempDir dir;
   CDoublePen pen;
   pen.SetPenStyle(MakeStyle(6, 5).c_str(), RGB(9, 8, 7), 33);
   pen.m_PaperSize = CSize(640, 480);
   pen.SetPoints(CPoint(3, 4), CPoint(5, 6));
-  pen.AddPoint(CPoint(-3, 70), 1);
-  pen.AddPoint(CPoint(400, 2), 250);
+  pen.AddPoint(CPoint(40000, 5), 1);
+  pen.AddPoint(CPoint(-1, 5), 250);
   pen.m_nProcessed = 2;
   ASSERT_TRUE(StoreEffect(dir.File("pen.vfx").c_str(), &pen));
   std::unique_ptr<CEffectObj> loaded(LoadEffect(dir.File("pen.vfx").c_str()));
@@ -180,6 +170,9 @@ TEST(PenObject, SerializeKeepsTheStrokeAndReloadsTheShape) {
                            p.m_Points[1], p.m_Pressures[0], p.m_Pressures[1]);
   };
   EXPECT_EQ(fields(pen), fields(*copy));
+  // Points are packed as 16-bit halves that wrap; a negative x borrows from y.
+  EXPECT_EQ(CPoint(-25536, 5), CPenObject::UnpackPoint(copy->m_Points[0]));
+  EXPECT_EQ(CPoint(-1, 4), CPenObject::UnpackPoint(copy->m_Points[1]));
   EXPECT_EQ(CSize(6, 5), copy->m_PenMask.GetMaskSize());
   EXPECT_EQ(0, copy->m_nProcessed);
 }
