@@ -38,10 +38,8 @@ TEST(PictureFilesTest, MalformedBitmapsAreRefusedWithTheirTexts) {
       {dir.File("missing.bmp"), kOpen},
       {WriteFile(dir, "empty.bmp", {}), kNotBmp},
       {WriteFile(dir, "short.bmp", tiny), kDamaged},
-      {WriteFile(dir, "core.bmp", MakeBmp({.infoSize = 12})), kDamaged},
       {WriteFile(dir, "gray.bmp", MakeBmp({.width = 3, .height = 2, .bitCount = 8})), kNotTrue},
       {WriteFile(dir, "topdown.bmp", MakeBmp({.width = 3, .height = -2, .rows = 2})), kDamaged},
-      {WriteFile(dir, "negwidth.bmp", MakeBmp({.width = -3, .height = 2, .stride = 12})), kDamaged},
       {WriteFile(dir, "truncated.bmp", truncated), kLength},
       {WriteFile(dir, "huge.bmp", huge), kLength},
       // 3 GB of pixel data behind a 2 x 2 header, kept sparse.

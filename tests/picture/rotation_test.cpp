@@ -153,6 +153,12 @@ TEST(Rotation, Figures) {
   ScaleTransform(srcRect, dstRect, placed);
   src.Draw(b, placed, src.GetPictureRect());
   EXPECT_EQ(Bytes(a), Bytes(b));
+  CMask mask;
+  Fill(mask, 9, 7, rng);
+  const CRect m(0, 0, 9, 7);
+  EXPECT_EQ(src.DrawRotate(a, dstRect, 0.04, srcRect, 0.0, mask, m, 200, 0, 0, CRect()), 1);
+  src.DrawTransparent(b, placed, src.GetPictureRect(), mask, m, 200, 0, 0, CRect());
+  EXPECT_EQ(Bytes(a), Bytes(b));
 
   // Division by 256: full strength over black comes out one step darker than the source; a
   // second mask taken inverted (flag) cuts everything, and weight 0 still darkens the target.
