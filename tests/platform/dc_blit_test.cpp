@@ -25,36 +25,26 @@ struct Dib {
   BITMAPINFOHEADER& header() { return *reinterpret_cast<BITMAPINFOHEADER*>(info.data()); }
 };
 
-// 24-bit, pixel(x, y) with y top-based, stored bottom-up.
-Dib Make24(int w, int h, const std::function<std::uint32_t(int, int)>& pixel) {
+// A DIB of 24 or 8 bits, value(x, y) with y top-based stored bottom-up: the pixel, or the index
+// into a grey table of `entries` entries (biClrUsed).
+Dib Make(int bits, int w, int h, const std::function<std::uint32_t(int, int)>& value,
+         DWORD entries = 0) {
   Dib d;
-  d.info.assign(40, 0);
-  BITMAPINFOHEADER& hd = d.header();
-  hd = BITMAPINFOHEADER{40, w, h, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
-  const int stride = DibStride(w, 24);
+  d.info.assign(bits == 8 ? 40 + 4 * 256 : 40, 0);
+  d.header() = BITMAPINFOHEADER{40, w, h, 1, WORD(bits), BI_RGB, 0, 0, 0, entries, 0};
+  for (int i = 0; i < 256 && bits == 8; ++i) std::memset(&d.info[40 + 4 * i], i, 3);
+  const int stride = DibStride(w, bits);
   d.bits.assign(static_cast<std::size_t>(stride) * h, 0);
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) {
-      const std::uint32_t p = pixel(x, y);
-      BYTE* q = &d.bits[static_cast<std::size_t>(h - 1 - y) * stride + 3 * x];
-      q[0] = static_cast<BYTE>(p), q[1] = static_cast<BYTE>(p >> 8),
-      q[2] = static_cast<BYTE>(p >> 16);
+      const std::uint32_t v = value(x, y);
+      BYTE* q = &d.bits[static_cast<std::size_t>(h - 1 - y) * stride + bits / 8 * x];
+      for (int k = 0; k < bits / 8; ++k) q[k] = static_cast<BYTE>(v >> (8 * k));
     }
   return d;
 }
-
-// 8-bit with a grey table of `entries` entries (biClrUsed), index(x, y) top-based.
-Dib Make8(int w, int h, DWORD entries, const std::function<BYTE(int, int)>& index) {
-  Dib d;
-  d.info.assign(40 + 4 * 256, 0);
-  d.header() = BITMAPINFOHEADER{40, w, h, 1, 8, BI_RGB, 0, 0, 0, entries, 0};
-  for (int i = 0; i < 256; ++i) std::memset(&d.info[40 + 4 * i], i, 3);
-  const int stride = DibStride(w, 8);
-  d.bits.assign(static_cast<std::size_t>(stride) * h, 0);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x)
-      d.bits[static_cast<std::size_t>(h - 1 - y) * stride + x] = index(x, y);
-  return d;
+Dib Make24(int w, int h, const std::function<std::uint32_t(int, int)>& pixel) {
+  return Make(24, w, h, pixel);
 }
 
 int Draw(HDC hdc, int xd, int yd, int wd, int hd, int xs, int ys, int ws, int hs, const Dib& d,
@@ -122,7 +112,7 @@ TEST(StretchDIBits, WorkedRasterOperationBytes) {
 
 TEST(StretchDIBits, EightBitDibDrawsThroughItsColourTable) {
   const BYTE indexes[] = {0, 255, 128, 5};
-  Dib d = Make8(4, 1, 0, [&](int x, int) { return indexes[x]; });
+  Dib d = Make(8, 4, 1, [&](int x, int) { return indexes[x]; });
   MemoryDc dc(4, 1, 0x123456);
   Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
   EXPECT_EQ(dc.Pixels(), (Pixels{0, 0xFFFFFF, 0x808080, 0x050505}));
@@ -132,7 +122,7 @@ TEST(StretchDIBits, EightBitDibDrawsThroughItsColourTable) {
   Draw(dc.hdc(), 0, 0, 4, 1, 0, 0, 4, 1, d);
   EXPECT_EQ(dc.Pixels(), (Pixels{0, 0, 0, 0}));
   // Stretched through the table too.
-  Draw(dc.hdc(), 0, 0, 4, 1, 0, 1, 2, 1, Make8(2, 2, 0, [](int x, int) { return BYTE(x * 200); }));
+  Draw(dc.hdc(), 0, 0, 4, 1, 0, 1, 2, 1, Make(8, 2, 2, [](int x, int) { return x * 200u; }));
   EXPECT_EQ(dc.Pixels(), (Pixels{0, 0, 0xC8C8C8, 0xC8C8C8}));
 }
 
