@@ -1,5 +1,7 @@
 #include "picture_fixtures.h"
 
+#include <climits>
+
 namespace {
 
 using namespace vardell::test;
@@ -92,6 +94,95 @@ TEST(PictureFilesTest, StoreWritesOneRowStrideAsImageSize) {
   if (std::filesystem::exists("/dev/full")) {
     EXPECT_FALSE(p.StorePicture("/dev/full", 0, 0, 0));
     EXPECT_EQ(errors.Single(), "Writting file /dev/full failed.");
+  }
+}
+
+TEST(PicturePreviewTest, SamplesFileRowsAndColumnsFromTheBottom) {
+  TempDir dir;
+  const std::string tall = WriteFile(dir, "tall.bmp", MakeBmp({.width = 8, .height = 400})),
+                    odd = WriteFile(dir, "odd.bmp", MakeBmp({.width = 6, .height = 5})),
+                    wide = WriteFile(dir, "wide.bmp", MakeBmp({.width = 400, .height = 1})),
+                    narrow = WriteFile(dir, "narrow.bmp", MakeBmp({.width = 1, .height = 400}));
+  ErrorRecorder errors;
+  CPicture p;
+  // 400 rows to 100: file rows 0, 4, 8, ... ; 8 columns to 2: columns 0 and 4.
+  ASSERT_TRUE(p.LoadPicture(tall.c_str(), 1, 4));
+  ExpectSampled(p, {0, 4}, Picks(400, 100));
+  EXPECT_EQ(p.GetLineBuffer(0)[6] | p.GetLineBuffer(0)[7], 0);  // padding is zeroed
+  // 6 x 5 by 2/3 is 4 x 3: columns (i * 6) / 4, rows (j * 5) / 3.
+  ASSERT_TRUE(p.LoadPicture(odd.c_str(), 2, 3));
+  ExpectSampled(p, {0, 1, 3, 4}, {0, 1, 3});
+  // No reduction at all: num >= den, or a factor that is not a fraction.
+  for (auto [num, den] : {std::pair{3, 3}, {-1, 0}}) {
+    ASSERT_TRUE(p.LoadPicture(odd.c_str(), num, den));
+    EXPECT_EQ(p.GetPictureSize(), CSize(6, 5));
+  }
+  // Only a zero height means full size. Wanted (200, 0): the file's own size.
+  ASSERT_TRUE(p.LoadPicture(wide.c_str(), 1, 2));
+  ExpectSampled(p, Picks(400, 400), {0});
+  // Wanted (0, 200): the width is not tested, so a picture 0 pixels wide.
+  ASSERT_TRUE(p.LoadPicture(narrow.c_str(), 1, 2));
+  EXPECT_EQ(p.GetPictureSize(), CSize(0, 200));
+  EXPECT_TRUE(p.ClearPicture(RGB(1, 2, 3)));
+  EXPECT_TRUE(errors.texts().empty());
+}
+
+TEST(PicturePreviewTest, ReadsOnlyTheSampledRowsOfAFileTooLargeToLoad) {
+  TempDir dir;
+  // 30000 x 30000 pixels: 2.7 GB of rows, kept sparse (all zero).
+  const std::string path =
+      WriteFile(dir, "large.bmp", MakeBmp({.width = 30000, .height = 30000, .rows = 0}),
+                54 + 90000ull * 30000);
+  ErrorRecorder errors;
+  CPicture p;
+  ASSERT_TRUE(p.LoadPicture(path.c_str(), 1, 100));
+  EXPECT_EQ(p.GetPictureSize(), CSize(300, 300));
+  EXPECT_TRUE(errors.texts().empty());
+  EXPECT_FALSE(p.LoadPicture(path.c_str()));
+  EXPECT_EQ(errors.Single(), "Can't not alloc memory!");
+  EXPECT_FALSE(p.IsValid());
+}
+
+TEST(PicturePreviewTest, AFileNoPixelWideLoadsWithoutVisitingItsRows) {
+  // Rows of no bytes, as many as a header can claim: once row by row, this took minutes.
+  TempDir dir;
+  const std::string path =
+      WriteFile(dir, "thin.bmp", MakeBmp({.width = 0, .height = INT_MAX, .rows = 0}));
+  CPicture p;
+  ASSERT_TRUE(p.LoadPicture(path.c_str(), 1, 4));
+  EXPECT_EQ(p.GetPictureSize(), CSize(0, INT_MAX));
+}
+
+TEST(PicturePreviewTest, JpegAndMalformedFiles) {
+  TempDir dir;
+  const std::string jpeg = SamplePath("coffee.jpg"), jpg = " as a jpg file",
+                    gray = WriteFile(dir, "gray.bmp",
+                                     MakeBmp({.width = 8, .height = 8, .bitCount = 8})),
+                    cut = WriteFile(dir, "cut.bmp",
+                                    MakeBmp({.width = 8, .height = 400, .rows = 300})),
+                    missing = dir.File("missing.bmp"),
+                    open = "Bitmap file " + missing + " can not be open!";
+  {
+    ErrorRecorder errors;
+    CPicture p;
+    ASSERT_TRUE(p.LoadPicture(jpeg.c_str(), 1, 2));
+    EXPECT_EQ(p.GetPictureSize(), CSize(300, 200));
+    // The bitmap reader has its say before the codec takes over.
+    EXPECT_EQ(errors.Single(), jpeg + " is not a bitmap format!");
+  }
+  const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+      {gray, {gray + " is not a true-color bitmap file!", "Can not read " + gray + jpg}},
+      {cut, {cut + "'s length is incorrect.!", "Can not read " + cut + jpg}},
+      // The size query, the preview's size choice and its own open each report the missing file.
+      {missing, {open, open, open, "Can not read " + missing + jpg}},
+  };
+  for (const auto& [path, texts] : cases) {
+    ErrorRecorder errors;
+    CPicture p;
+    ASSERT_TRUE(p.CreatePicture(3, 3, 1));
+    EXPECT_FALSE(p.LoadPicture(path.c_str(), 1, 4)) << path;
+    EXPECT_EQ(errors.texts(), texts);
+    EXPECT_EQ(p.GetBuffer()[0], 1);
   }
 }
 
