@@ -158,6 +158,24 @@ TEST_F(EffectArchive, WrongClassesReferencesAndMasksAreRefused) {
                 CArchiveException::endOfFile);
 }
 
+TEST_F(EffectArchive, UnopenableAndUnwritableFilesFailWithTheirTexts) {
+  CCountedEffect effect;
+  ErrorRecorder errors;
+  const std::string missing = m_docs.File("no-folder/doc.vfx");
+  EXPECT_EQ(LoadEffect(missing.c_str()), nullptr);
+  EXPECT_FALSE(StoreEffect(missing.c_str(), &effect));
+  const std::string cannotOpen = "Can not open effect document " + missing + ".";
+  EXPECT_EQ(errors.texts(), (std::vector<std::string>{cannotOpen, cannotOpen}));
+  // A file that refuses the bytes (a full disk): the write text, and the effect is kept.
+  struct FullFile : CMemFile {
+    void Write(const void*, UINT) override { AfxThrowFileException(CFileException::diskFull); }
+  } full;
+  errors.Clear();
+  EXPECT_FALSE(StoreEffect(full, &effect));
+  EXPECT_EQ(errors.Single(), "Writing effect document  failed.");
+  EXPECT_EQ(g_live, 1);
+}
+
 TEST_F(EffectArchive, NestingIsLimited) {
   // Lists each holding the next, the last holding a null child.
   const auto nest = [](int levels) {
