@@ -186,113 +186,124 @@ void HueRow(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
 #if VARDELL_HAVE_SSE2
 namespace {
 
-VARDELL_INLINE __m128i Select(__m128i mask, __m128i a, __m128i b) noexcept {
-  return _mm_or_si128(_mm_and_si128(mask, a), _mm_andnot_si128(mask, b));
-}
 inline __m128i Words(int v) noexcept { return _mm_set1_epi16(static_cast<short>(v)); }
 
-// The half-way lanes of X recomputed by the double steps; rare, so kept out of line.
-__attribute__((noinline)) __m128i HalfWayX(__m128i x, __m128i big, __m128i small, __m128i mid,
+// t of the half-way lanes recomputed through the double steps; rare, so kept out of line. All
+// lanes are 16-bit; bit 2 i of lanes marks lane i.
+__attribute__((noinline)) __m128i HalfWayT(__m128i t, __m128i big, __m128i small, __m128i mid,
                                            int lanes) noexcept {
-  alignas(16) std::int32_t xs[4], bs[4], ss[4], ms[4];
-  _mm_store_si128(reinterpret_cast<__m128i*>(xs), x);
+  alignas(16) std::int16_t ts[8], bs[8], ss[8], ms[8];
+  _mm_store_si128(reinterpret_cast<__m128i*>(ts), t);
   _mm_store_si128(reinterpret_cast<__m128i*>(bs), big);
   _mm_store_si128(reinterpret_cast<__m128i*>(ss), small);
   _mm_store_si128(reinterpret_cast<__m128i*>(ms), mid);
-  for (int i = 0; i < 4; ++i)
-    if (lanes & (1 << i)) xs[i] = hwv::SectorX(bs[i], ss[i], ms[i]);
-  return _mm_load_si128(reinterpret_cast<const __m128i*>(xs));
+  for (int i = 0; i < 8; ++i)
+    if (lanes & (1 << (2 * i)))
+      ts[i] = static_cast<std::int16_t>(hwv::SectorX(bs[i], ss[i], ms[i]) * 60 / bs[i]);
+  return _mm_load_si128(reinterpret_cast<const __m128i*>(ts));
 }
 
-// Whiteness, X and t = X * 60 / M for 4 pixels in 32-bit lanes (see HueRowSse2).
-VARDELL_INLINE void Quotients4(__m128i big, __m128i small, __m128i mid, __m128i& whiteness,
+// The unsigned words of v in 32-bit lanes: the low four (half 0) or the high four (half 1).
+VARDELL_INLINE __m128i Dwords(__m128i v, int half) noexcept {
+  return half == 0 ? _mm_unpacklo_epi16(v, _mm_setzero_si128())
+                   : _mm_unpackhi_epi16(v, _mm_setzero_si128());
+}
+VARDELL_INLINE __m128 Floats(__m128i v, int half) noexcept {
+  return _mm_cvtepi32_ps(Dwords(v, half));
+}
+
+// Whiteness and t = X * 60 / M of 8 pixels in 16-bit lanes, through float lanes four at a time
+// (see HueRowSse2). X = floor(M (c - m) / (M - m) + 1/2): M (c - m) < 2^16 is exact in a word
+// and in a float, so y = M (c - m) * (1 / (M - m)) + 1/2 + 2^-10 is within 5e-5 of the exact
+// quotient plus 2^-10, and its truncation is X; the quotient plus 1/2 is an integer exactly when
+// y - 2^-9 truncates to one less, and those half-way lanes go to the double steps.
+VARDELL_INLINE void Quotients8(__m128i big, __m128i small, __m128i mid, __m128i& whiteness,
                                __m128i& t) noexcept {
-  const __m128 one = _mm_set1_ps(1.0f), eps = _mm_set1_ps(1.0f / 1024);
-  const __m128 fb = _mm_cvtepi32_ps(big), fs = _mm_cvtepi32_ps(small), fm = _mm_cvtepi32_ps(mid);
-  // 0.5 / M is exactly half of the rounded 1 / M.
-  const __m128 halfInvBig = _mm_div_ps(_mm_set1_ps(0.5f), fb);
-  // (256 m + M) / (2 M).
-  const __m128 wNum = _mm_add_ps(_mm_mul_ps(fs, _mm_set1_ps(256.0f)), fb);
-  whiteness = _mm_cvttps_epi32(_mm_mul_ps(wNum, halfInvBig));
-  // X = (2 M (c - m) + (M - m)) / (2 (M - m)), rounded down.
-  const __m128 span = _mm_sub_ps(fb, fs), span2 = _mm_add_ps(span, span);
-  const __m128 xNum = _mm_add_ps(_mm_mul_ps(_mm_add_ps(fb, fb), _mm_sub_ps(fm, fs)), span);
-  __m128i x = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(xNum, _mm_div_ps(one, span2)), eps));
-  const int halfWay =
-      _mm_movemask_ps(_mm_and_ps(_mm_cmpeq_ps(_mm_mul_ps(_mm_cvtepi32_ps(x), span2), xNum),
-                                 _mm_cmpneq_ps(span, _mm_setzero_ps())));
-  if (halfWay != 0) x = HalfWayX(x, big, small, mid, halfWay);
-  const __m128 x120 = _mm_mul_ps(_mm_cvtepi32_ps(x), _mm_set1_ps(120.0f));
-  t = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x120, halfInvBig), eps));
+  const __m128i span = _mm_sub_epi16(big, small);
+  const __m128i product = _mm_mullo_epi16(big, _mm_sub_epi16(mid, small));
+  // 256 m + M <= 65535.
+  const __m128i wNum = _mm_add_epi16(_mm_slli_epi16(small, 8), big);
+  const __m128 eps = _mm_set1_ps(1.0f / 1024);
+  __m128i w[2], q[2], x[2], below[2];
+  __m128 halfInvBig[2];
+  for (int half = 0; half < 2; ++half) {
+    // 0.5 / M is exactly half of the rounded 1 / M.
+    halfInvBig[half] = _mm_div_ps(_mm_set1_ps(0.5f), Floats(big, half));
+    w[half] = _mm_cvttps_epi32(_mm_mul_ps(Floats(wNum, half), halfInvBig[half]));
+    const __m128 y = _mm_add_ps(
+        _mm_mul_ps(Floats(product, half), _mm_div_ps(_mm_set1_ps(1.0f), Floats(span, half))),
+        _mm_set1_ps(0.5f + 1.0f / 1024));
+    x[half] = _mm_cvttps_epi32(y);
+    below[half] = _mm_cvttps_epi32(_mm_sub_ps(y, _mm_set1_ps(2.0f / 1024)));
+    // Gray lanes (M = m) give NaN on both sides, equal: not half-way.
+    q[half] = _mm_cmpeq_epi32(x[half], below[half]);
+  }
+  const int halfWay = _mm_movemask_epi8(_mm_packs_epi32(q[0], q[1])) ^ 0xFFFF;
+  __m128i ts[2];
+  for (int half = 0; half < 2; ++half) {
+    const __m128 x120 = _mm_mul_ps(_mm_cvtepi32_ps(x[half]), _mm_set1_ps(120.0f));
+    ts[half] = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x120, halfInvBig[half]), eps));
+  }
+  whiteness = _mm_packs_epi32(w[0], w[1]);
+  t = _mm_packs_epi32(ts[0], ts[1]);
+  if (halfWay != 0) [[unlikely]]
+    t = HalfWayT(t, big, small, mid, halfWay);
 }
 
-// The model of 8 pixels in 16-bit lanes: hue 0..360, whiteness, value.
-VARDELL_INLINE void ToHwv8(__m128i r, __m128i g, __m128i b, __m128i& hue, __m128i& whiteness,
-                           __m128i& value) noexcept {
-  const __m128i ones = _mm_set1_epi16(-1), zero = _mm_setzero_si128();
+// The model of 8 pixels in 16-bit lanes, plus shift: hue 0..360 + shift, whiteness, value.
+VARDELL_INLINE void ToHwv8(__m128i r, __m128i g, __m128i b, __m128i shift, __m128i& hue,
+                           __m128i& whiteness, __m128i& value) noexcept {
   const __m128i gtGR = _mm_cmpgt_epi16(g, r), gtBR = _mm_cmpgt_epi16(b, r);
-  const __m128i gtRG = _mm_cmpgt_epi16(r, g), gtBG = _mm_cmpgt_epi16(b, g);
-  const __m128i redBig = _mm_xor_si128(_mm_or_si128(gtGR, gtBR), ones);
-  const __m128i greenBig = _mm_andnot_si128(_mm_or_si128(redBig, _mm_or_si128(gtRG, gtBG)), ones);
-  const __m128i blueBig = _mm_xor_si128(_mm_or_si128(redBig, greenBig), ones);
-  const __m128i big = _mm_max_epi16(r, _mm_max_epi16(g, b));
-  const __m128i small = _mm_min_epi16(r, _mm_min_epi16(g, b));
-  const __m128i mid =
-      _mm_sub_epi16(_mm_add_epi16(_mm_add_epi16(r, g), b), _mm_add_epi16(big, small));
+  const __m128i gtBG = _mm_cmpgt_epi16(b, g);
+  // Largest channel, ties to red, then green.
+  const __m128i greenBig = _mm_andnot_si128(gtBG, gtGR);
+  const __m128i blueBig = _mm_and_si128(gtBR, gtBG);
+  const __m128i lowRG = _mm_min_epi16(r, g), highRG = _mm_max_epi16(r, g);
+  const __m128i big = _mm_max_epi16(highRG, b);
+  const __m128i small = _mm_min_epi16(lowRG, b);
+  const __m128i mid = _mm_max_epi16(lowRG, _mm_min_epi16(highRG, b));
   // Sectors whose hue counts down from their base: red with B > G (360 - t), green with
   // R >= B (120 - t), blue with G > R (240 - t).
-  const __m128i down =
-      _mm_or_si128(_mm_or_si128(_mm_and_si128(redBig, gtBG), _mm_andnot_si128(gtBR, greenBig)),
-                   _mm_and_si128(blueBig, gtGR));
-  const __m128i base = _mm_or_si128(
-      _mm_and_si128(_mm_and_si128(redBig, down), Words(360)),
-      _mm_or_si128(_mm_and_si128(greenBig, Words(120)), _mm_and_si128(blueBig, Words(240))));
-  __m128i w[2], t[2];
-  Quotients4(_mm_unpacklo_epi16(big, zero), _mm_unpacklo_epi16(small, zero),
-             _mm_unpacklo_epi16(mid, zero), w[0], t[0]);
-  Quotients4(_mm_unpackhi_epi16(big, zero), _mm_unpackhi_epi16(small, zero),
-             _mm_unpackhi_epi16(mid, zero), w[1], t[1]);
-  const __m128i t16 = _mm_packs_epi32(t[0], t[1]);
+  const __m128i redDown = _mm_andnot_si128(_mm_or_si128(gtGR, gtBR), gtBG);
+  const __m128i down = _mm_or_si128(_mm_or_si128(redDown, _mm_andnot_si128(gtBR, greenBig)),
+                                    _mm_and_si128(blueBig, gtGR));
+  const __m128i base = _mm_add_epi16(_mm_or_si128(_mm_and_si128(redDown, Words(360)),
+                                                  _mm_or_si128(_mm_and_si128(greenBig, Words(120)),
+                                                               _mm_and_si128(blueBig, Words(240)))),
+                                     shift);
+  __m128i t;
+  Quotients8(big, small, mid, whiteness, t);
   const __m128i gray = _mm_cmpeq_epi16(big, small);  // black included
-  hue = _mm_andnot_si128(gray, _mm_add_epi16(base, _mm_sub_epi16(_mm_xor_si128(t16, down), down)));
-  whiteness = _mm_andnot_si128(_mm_cmpeq_epi16(big, zero), _mm_packs_epi32(w[0], w[1]));
+  t = _mm_andnot_si128(gray, t);
+  hue = _mm_add_epi16(base, _mm_sub_epi16(_mm_xor_si128(t, down), down));
+  whiteness = _mm_andnot_si128(_mm_cmpeq_epi16(big, _mm_setzero_si128()), whiteness);
   value = big;
 }
 
-// HWVToRGB of 8 pixels in 16-bit lanes, hue 0..359.
+// floor(c * value / 255) of c lifted towards 255 by w / 128; k = 255 - c.
+VARDELL_INLINE __m128i LiftScale(__m128i c, __m128i k, __m128i w, __m128i v) noexcept {
+  const __m128i lifted = _mm_add_epi16(c, _mm_srli_epi16(_mm_mullo_epi16(k, w), 7));
+  return _mm_srli_epi16(_mm_mulhi_epu16(_mm_mullo_epi16(lifted, v), Words(0x8081)), 7);
+}
+
+// HWVToRGB of 8 pixels in 16-bit lanes, hue 0..359. Each table channel is its edge clamped to
+// 0..255: with e(a) = floor(17 a / 4), green is e(h) below 180 and e(239 - h) from 180, blue
+// e(h - 120) and e(359 - h), red 255 - e(h - 60) and 255 - e(299 - h); outside its edges an
+// argument is negative or gives at least 255. With hh = h or -h, 17 a = 17 hh + a constant.
 VARDELL_INLINE void FromHwv8(__m128i h, __m128i w, __m128i v, __m128i& r, __m128i& g,
                              __m128i& b) noexcept {
-  const __m128i lt60 = _mm_cmplt_epi16(h, Words(60)), lt120 = _mm_cmplt_epi16(h, Words(120));
-  const __m128i lt180 = _mm_cmplt_epi16(h, Words(180)), lt240 = _mm_cmplt_epi16(h, Words(240));
-  const __m128i lt300 = _mm_cmplt_epi16(h, Words(300));
-  const __m128i seg0 = lt60, seg1 = _mm_andnot_si128(lt60, lt120);
-  const __m128i seg2 = _mm_andnot_si128(lt120, lt180), seg3 = _mm_andnot_si128(lt180, lt240);
-  const __m128i seg4 = _mm_andnot_si128(lt240, lt300),
-                seg5 = _mm_xor_si128(lt300, _mm_set1_epi16(-1));
-  const __m128i sixty = Words(60);
-  // The edge's argument: h, h - 60, h - 120 rising or falling; 239 - h, 299 - h, 359 - h for
-  // the mirrored edges.
-  const __m128i low = _mm_sub_epi16(_mm_sub_epi16(h, _mm_andnot_si128(lt60, sixty)),
-                                    _mm_andnot_si128(lt120, sixty));
-  const __m128i high =
-      _mm_sub_epi16(_mm_add_epi16(_mm_add_epi16(Words(239), _mm_andnot_si128(lt240, sixty)),
-                                  _mm_andnot_si128(lt300, sixty)),
-                    h);
-  const __m128i e = _mm_srli_epi16(_mm_mullo_epi16(Select(lt180, low, high), Words(17)), 2);
-  const __m128i full = Words(255);
-  const __m128i edge = Select(_mm_or_si128(seg1, seg4), _mm_sub_epi16(full, e), e);
-  r = _mm_or_si128(_mm_and_si128(_mm_or_si128(seg0, seg5), full),
-                   _mm_and_si128(_mm_or_si128(seg1, seg4), edge));
-  g = _mm_or_si128(_mm_and_si128(_mm_or_si128(seg1, seg2), full),
-                   _mm_and_si128(_mm_or_si128(seg0, seg3), edge));
-  b = _mm_or_si128(_mm_and_si128(_mm_or_si128(seg3, seg4), full),
-                   _mm_and_si128(_mm_or_si128(seg2, seg5), edge));
-  const __m128i inv255 = Words(0x8081);
-  for (__m128i* c : {&r, &g, &b}) {
-    const __m128i lifted =
-        _mm_add_epi16(*c, _mm_srli_epi16(_mm_mullo_epi16(_mm_sub_epi16(full, *c), w), 7));
-    *c = _mm_srli_epi16(_mm_mulhi_epu16(_mm_mullo_epi16(lifted, v), inv255), 7);
-  }
+  const __m128i upper = _mm_cmpgt_epi16(h, Words(179));
+  const __m128i p = _mm_mullo_epi16(_mm_sub_epi16(_mm_xor_si128(h, upper), upper), Words(17));
+  const __m128i zero = _mm_setzero_si128(), full = Words(255);
+  auto edge = [&](int low, int high) {
+    const __m128i a = _mm_add_epi16(_mm_add_epi16(p, Words(17 * low)),
+                                    _mm_and_si128(upper, Words(17 * (high - low))));
+    return _mm_min_epi16(_mm_max_epi16(_mm_srai_epi16(a, 2), zero), full);
+  };
+  const __m128i gc = edge(0, 239), bc = edge(-120, 359), rk = edge(-60, 299);
+  g = LiftScale(gc, _mm_sub_epi16(full, gc), w, v);
+  b = LiftScale(bc, _mm_sub_epi16(full, bc), w, v);
+  r = LiftScale(_mm_sub_epi16(full, rk), rk, w, v);
 }
 
 }  // namespace
@@ -311,8 +322,7 @@ void HueRowSse2(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
     for (int half = 0; half < 2; ++half) {
       auto widen = [half](__m128i x) { return half == 0 ? sse2::WidenLow(x) : sse2::WidenHigh(x); };
       __m128i hue, whiteness, value;
-      ToHwv8(widen(planes[2]), widen(planes[1]), widen(planes[0]), hue, whiteness, value);
-      hue = _mm_add_epi16(hue, shift);
+      ToHwv8(widen(planes[2]), widen(planes[1]), widen(planes[0]), shift, hue, whiteness, value);
       hue = _mm_sub_epi16(hue, _mm_and_si128(_mm_cmpgt_epi16(hue, Words(359)), Words(360)));
       if (withWhiteness)
         whiteness = _mm_min_epi16(_mm_max_epi16(_mm_sub_epi16(whiteness, whitenessShift), Words(0)),
