@@ -213,38 +213,38 @@ VARDELL_INLINE __m128 Floats(__m128i v, int half) noexcept {
 }
 
 // Whiteness and t = X * 60 / M of 8 pixels in 16-bit lanes, through float lanes four at a time
-// (see HueRowSse2). X = floor(M (c - m) / (M - m) + 1/2): M (c - m) < 2^16 is exact in a word
-// and in a float, so y = M (c - m) * (1 / (M - m)) + 1/2 + 2^-10 is within 5e-5 of the exact
-// quotient plus 2^-10, and its truncation is X; the quotient plus 1/2 is an integer exactly when
-// y - 2^-9 truncates to one less, and those half-way lanes go to the double steps.
+// (see HueRowSse2), with one division for both quotients: r = 1 / (M (M - m)) gives 1 / M =
+// r (M - m) and 1 / (M - m) = r M within 2^-22. Gray and black take 1 for M - m and M, which
+// answers t = 0 and whiteness 128 (0 for black) with no masks.
+//   - whiteness: w2 = (256 m + M) / M is never within 1 / M of an even integer (it may be an odd
+//     one), so floor(w2) >> 1 is the rounded 128 m / M;
+//   - X = floor(M (c - m) / (M - m) + 1/2): M (c - m) < 2^16 is exact in a word and in a float,
+//     so y = M (c - m) * (1 / (M - m)) + 1/2 + 2^-10 is within 1e-4 of the exact quotient plus
+//     2^-10, and its truncation is X; the quotient plus 1/2 is an integer exactly when y is less
+//     than 2^-9 above X, and those half-way lanes go to the double steps.
 VARDELL_INLINE void Quotients8(__m128i big, __m128i small, __m128i mid, __m128i& whiteness,
                                __m128i& t) noexcept {
-  const __m128i span = _mm_sub_epi16(big, small);
+  const __m128i one = Words(1);
+  const __m128i span = _mm_max_epi16(_mm_sub_epi16(big, small), one);
+  const __m128i divisor = _mm_max_epi16(big, one);
   const __m128i product = _mm_mullo_epi16(big, _mm_sub_epi16(mid, small));
   // 256 m + M <= 65535.
   const __m128i wNum = _mm_add_epi16(_mm_slli_epi16(small, 8), big);
-  const __m128 eps = _mm_set1_ps(1.0f / 1024);
-  __m128i w[2], q[2], x[2], below[2];
-  __m128 halfInvBig[2];
+  __m128i w[2], q[2], ts[2];
   for (int half = 0; half < 2; ++half) {
-    // 0.5 / M is exactly half of the rounded 1 / M.
-    halfInvBig[half] = _mm_div_ps(_mm_set1_ps(0.5f), Floats(big, half));
-    w[half] = _mm_cvttps_epi32(_mm_mul_ps(Floats(wNum, half), halfInvBig[half]));
-    const __m128 y = _mm_add_ps(
-        _mm_mul_ps(Floats(product, half), _mm_div_ps(_mm_set1_ps(1.0f), Floats(span, half))),
-        _mm_set1_ps(0.5f + 1.0f / 1024));
-    x[half] = _mm_cvttps_epi32(y);
-    below[half] = _mm_cvttps_epi32(_mm_sub_ps(y, _mm_set1_ps(2.0f / 1024)));
-    // Gray lanes (M = m) give NaN on both sides, equal: not half-way.
-    q[half] = _mm_cmpeq_epi32(x[half], below[half]);
+    const __m128 fb = Floats(divisor, half), fs = Floats(span, half);
+    const __m128 r = _mm_div_ps(_mm_set1_ps(1.0f), _mm_mul_ps(fb, fs));
+    const __m128 invBig = _mm_mul_ps(r, fs), invSpan = _mm_mul_ps(r, fb);
+    w[half] = _mm_cvttps_epi32(_mm_mul_ps(Floats(wNum, half), invBig));
+    const __m128 y =
+        _mm_add_ps(_mm_mul_ps(Floats(product, half), invSpan), _mm_set1_ps(0.5f + 1.0f / 1024));
+    const __m128 x = _mm_cvtepi32_ps(_mm_cvttps_epi32(y));
+    q[half] = _mm_castps_si128(_mm_cmplt_ps(_mm_sub_ps(y, x), _mm_set1_ps(2.0f / 1024)));
+    const __m128 sixtyInvBig = _mm_mul_ps(invBig, _mm_set1_ps(60.0f));
+    ts[half] = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x, sixtyInvBig), _mm_set1_ps(1.0f / 1024)));
   }
-  const int halfWay = _mm_movemask_epi8(_mm_packs_epi32(q[0], q[1])) ^ 0xFFFF;
-  __m128i ts[2];
-  for (int half = 0; half < 2; ++half) {
-    const __m128 x120 = _mm_mul_ps(_mm_cvtepi32_ps(x[half]), _mm_set1_ps(120.0f));
-    ts[half] = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x120, halfInvBig[half]), eps));
-  }
-  whiteness = _mm_packs_epi32(w[0], w[1]);
+  const int halfWay = _mm_movemask_epi8(_mm_packs_epi32(q[0], q[1]));
+  whiteness = _mm_srli_epi16(_mm_packs_epi32(w[0], w[1]), 1);
   t = _mm_packs_epi32(ts[0], ts[1]);
   if (halfWay != 0) [[unlikely]]
     t = HalfWayT(t, big, small, mid, halfWay);
@@ -273,10 +273,7 @@ VARDELL_INLINE void ToHwv8(__m128i r, __m128i g, __m128i b, __m128i shift, __m12
                                      shift);
   __m128i t;
   Quotients8(big, small, mid, whiteness, t);
-  const __m128i gray = _mm_cmpeq_epi16(big, small);  // black included
-  t = _mm_andnot_si128(gray, t);
   hue = _mm_add_epi16(base, _mm_sub_epi16(_mm_xor_si128(t, down), down));
-  whiteness = _mm_andnot_si128(_mm_cmpeq_epi16(big, _mm_setzero_si128()), whiteness);
   value = big;
 }
 
@@ -315,23 +312,43 @@ void HueRowSse2(BYTE* p, std::size_t n, int dh, bool withWhiteness, int ds,
 #if VARDELL_HAVE_SSE2
   const __m128i shift = Words(hwv::WrapHue(0, dh));
   const __m128i whitenessShift = Words(std::clamp(ds, -1000, 1000));
-  for (; i + 16 <= n; i += 16) {
-    __m128i planes[3];
-    sse2::LoadPlanes(p + 3 * i, planes[0], planes[1], planes[2]);
-    __m128i out[3][2];
-    for (int half = 0; half < 2; ++half) {
-      auto widen = [half](__m128i x) { return half == 0 ? sse2::WidenLow(x) : sse2::WidenHigh(x); };
-      __m128i hue, whiteness, value;
-      ToHwv8(widen(planes[2]), widen(planes[1]), widen(planes[0]), shift, hue, whiteness, value);
-      hue = _mm_sub_epi16(hue, _mm_and_si128(_mm_cmpgt_epi16(hue, Words(359)), Words(360)));
-      if (withWhiteness)
-        whiteness = _mm_min_epi16(_mm_max_epi16(_mm_sub_epi16(whiteness, whitenessShift), Words(0)),
-                                  Words(127));
-      FromHwv8(hue, whiteness, value, out[2][half], out[1][half], out[0][half]);
+  // Two passes over up to 256 pixels, into the model and back: each pass's dependency chains are
+  // short enough for the processor to overlap blocks, which one pass's are not.
+  constexpr std::size_t kChunk = 256;
+  __m128i model[kChunk / 8][3];
+  while (i + 16 <= n) {
+    const std::size_t count = std::min(kChunk, (n - i) / 16 * 16);
+    BYTE* q = p + 3 * i;
+    for (std::size_t j = 0; j < count; j += 16) {
+      __m128i planes[3];
+      sse2::LoadPlanes(q + 3 * j, planes[0], planes[1], planes[2]);
+#pragma GCC unroll 2
+      for (int half = 0; half < 2; ++half) {
+        auto widen = [half](__m128i x) {
+          return half == 0 ? sse2::WidenLow(x) : sse2::WidenHigh(x);
+        };
+        __m128i* m = model[j / 8 + half];
+        __m128i hue, whiteness;
+        ToHwv8(widen(planes[2]), widen(planes[1]), widen(planes[0]), shift, hue, whiteness, m[2]);
+        m[0] = _mm_sub_epi16(hue, _mm_and_si128(_mm_cmpgt_epi16(hue, Words(359)), Words(360)));
+        if (withWhiteness)
+          whiteness = _mm_min_epi16(
+              _mm_max_epi16(_mm_sub_epi16(whiteness, whitenessShift), Words(0)), Words(127));
+        m[1] = whiteness;
+      }
     }
-    sse2::StorePlanes(p + 3 * i, _mm_packus_epi16(out[0][0], out[0][1]),
-                      _mm_packus_epi16(out[1][0], out[1][1]),
-                      _mm_packus_epi16(out[2][0], out[2][1]));
+    for (std::size_t j = 0; j < count; j += 16) {
+      __m128i out[3][2];
+#pragma GCC unroll 2
+      for (int half = 0; half < 2; ++half) {
+        const __m128i* m = model[j / 8 + half];
+        FromHwv8(m[0], m[1], m[2], out[2][half], out[1][half], out[0][half]);
+      }
+      sse2::StorePlanes(q + 3 * j, _mm_packus_epi16(out[0][0], out[0][1]),
+                        _mm_packus_epi16(out[1][0], out[1][1]),
+                        _mm_packus_epi16(out[2][0], out[2][1]));
+    }
+    i += count;
   }
 #endif
   HueRow(p + 3 * i, n - i, dh, withWhiteness, ds, tables);
