@@ -213,38 +213,38 @@ VARDELL_INLINE __m128 Floats(__m128i v, int half) noexcept {
 }
 
 // Whiteness and t = X * 60 / M of 8 pixels in 16-bit lanes, through float lanes four at a time
-// (see HueRowSse2), with one division for both quotients: r = 1 / (M (M - m)) gives 1 / M =
-// r (M - m) and 1 / (M - m) = r M within 2^-22. Gray and black take 1 for M - m and M, which
-// answers t = 0 and whiteness 128 (0 for black) with no masks.
-//   - whiteness: w2 = (256 m + M) / M is never within 1 / M of an even integer (it may be an odd
-//     one), so floor(w2) >> 1 is the rounded 128 m / M;
-//   - X = floor(M (c - m) / (M - m) + 1/2): M (c - m) < 2^16 is exact in a word and in a float,
-//     so y = M (c - m) * (1 / (M - m)) + 1/2 + 2^-10 is within 1e-4 of the exact quotient plus
-//     2^-10, and its truncation is X; the quotient plus 1/2 is an integer exactly when y is less
-//     than 2^-9 above X, and those half-way lanes go to the double steps.
+// (see HueRowSse2). X = floor(M (c - m) / (M - m) + 1/2): M (c - m) < 2^16 is exact in a word
+// and in a float, so y = M (c - m) * (1 / (M - m)) + 1/2 + 2^-10 is within 5e-5 of the exact
+// quotient plus 2^-10, and its truncation is X; the quotient plus 1/2 is an integer exactly when
+// y - 2^-9 truncates to one less, and those half-way lanes go to the double steps.
 VARDELL_INLINE void Quotients8(__m128i big, __m128i small, __m128i mid, __m128i& whiteness,
                                __m128i& t) noexcept {
-  const __m128i one = Words(1);
-  const __m128i span = _mm_max_epi16(_mm_sub_epi16(big, small), one);
-  const __m128i divisor = _mm_max_epi16(big, one);
+  const __m128i span = _mm_sub_epi16(big, small);
   const __m128i product = _mm_mullo_epi16(big, _mm_sub_epi16(mid, small));
   // 256 m + M <= 65535.
   const __m128i wNum = _mm_add_epi16(_mm_slli_epi16(small, 8), big);
-  __m128i w[2], q[2], ts[2];
+  const __m128 eps = _mm_set1_ps(1.0f / 1024);
+  __m128i w[2], q[2], x[2], below[2];
+  __m128 halfInvBig[2];
   for (int half = 0; half < 2; ++half) {
-    const __m128 fb = Floats(divisor, half), fs = Floats(span, half);
-    const __m128 r = _mm_div_ps(_mm_set1_ps(1.0f), _mm_mul_ps(fb, fs));
-    const __m128 invBig = _mm_mul_ps(r, fs), invSpan = _mm_mul_ps(r, fb);
-    w[half] = _mm_cvttps_epi32(_mm_mul_ps(Floats(wNum, half), invBig));
-    const __m128 y =
-        _mm_add_ps(_mm_mul_ps(Floats(product, half), invSpan), _mm_set1_ps(0.5f + 1.0f / 1024));
-    const __m128 x = _mm_cvtepi32_ps(_mm_cvttps_epi32(y));
-    q[half] = _mm_castps_si128(_mm_cmplt_ps(_mm_sub_ps(y, x), _mm_set1_ps(2.0f / 1024)));
-    const __m128 sixtyInvBig = _mm_mul_ps(invBig, _mm_set1_ps(60.0f));
-    ts[half] = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x, sixtyInvBig), _mm_set1_ps(1.0f / 1024)));
+    // 0.5 / M is exactly half of the rounded 1 / M.
+    halfInvBig[half] = _mm_div_ps(_mm_set1_ps(0.5f), Floats(big, half));
+    w[half] = _mm_cvttps_epi32(_mm_mul_ps(Floats(wNum, half), halfInvBig[half]));
+    const __m128 y = _mm_add_ps(
+        _mm_mul_ps(Floats(product, half), _mm_div_ps(_mm_set1_ps(1.0f), Floats(span, half))),
+        _mm_set1_ps(0.5f + 1.0f / 1024));
+    x[half] = _mm_cvttps_epi32(y);
+    below[half] = _mm_cvttps_epi32(_mm_sub_ps(y, _mm_set1_ps(2.0f / 1024)));
+    // Gray lanes (M = m) give NaN on both sides, equal: not half-way.
+    q[half] = _mm_cmpeq_epi32(x[half], below[half]);
   }
-  const int halfWay = _mm_movemask_epi8(_mm_packs_epi32(q[0], q[1]));
-  whiteness = _mm_srli_epi16(_mm_packs_epi32(w[0], w[1]), 1);
+  const int halfWay = _mm_movemask_epi8(_mm_packs_epi32(q[0], q[1])) ^ 0xFFFF;
+  __m128i ts[2];
+  for (int half = 0; half < 2; ++half) {
+    const __m128 x120 = _mm_mul_ps(_mm_cvtepi32_ps(x[half]), _mm_set1_ps(120.0f));
+    ts[half] = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(x120, halfInvBig[half]), eps));
+  }
+  whiteness = _mm_packs_epi32(w[0], w[1]);
   t = _mm_packs_epi32(ts[0], ts[1]);
   if (halfWay != 0) [[unlikely]]
     t = HalfWayT(t, big, small, mid, halfWay);
@@ -273,7 +273,10 @@ VARDELL_INLINE void ToHwv8(__m128i r, __m128i g, __m128i b, __m128i shift, __m12
                                      shift);
   __m128i t;
   Quotients8(big, small, mid, whiteness, t);
+  const __m128i gray = _mm_cmpeq_epi16(big, small);  // black included
+  t = _mm_andnot_si128(gray, t);
   hue = _mm_add_epi16(base, _mm_sub_epi16(_mm_xor_si128(t, down), down));
+  whiteness = _mm_andnot_si128(_mm_cmpeq_epi16(big, _mm_setzero_si128()), whiteness);
   value = big;
 }
 
